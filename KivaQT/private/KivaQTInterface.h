@@ -1,0 +1,24 @@
+// The plug-in's interface object: one is made on the stack for every host request.
+#pragma once
+
+#include "QTSource.h"
+
+#include <kiva/KivaInterfaceTemplate.h>
+
+namespace kiva {
+
+class KivaQTInterface : public KivaInterfaceTemplate<qt::Source, qt::Source> {
+ public:
+  int GetKivaInfo(KivaGetKivaInfoInterface& info) override;
+  int Initialize() override;
+  int Terminate() override;
+
+  // Sends the coded "could not open" text for an open error, if one was recorded.
+  void SetExtendedError(qt::Source::ExtendedErrorInfo info);
+
+ private:
+  // Sends a localised text through the request's reporter; dropped when there is none.
+  void SendMessage(const std::u16string& text);
+};
+
+}  // namespace kiva

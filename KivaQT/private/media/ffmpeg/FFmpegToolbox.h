@@ -1,0 +1,19 @@
+// The media port's toolbox over FFmpeg's libraries.
+#pragma once
+
+#include "../Toolbox.h"
+
+namespace kiva::qt::media::ffmpeg {
+
+class FFmpegToolbox final : public Toolbox {
+ public:
+  OSErr GetVersion(std::int32_t& response) override;
+  // Routes FFmpeg's log into the host's trace.
+  OSErr Start() override;
+  // Gives FFmpeg's log back to its default handler.
+  void Stop() override;
+  // One importer per demuxer.
+  std::vector<std::shared_ptr<Component>> GetComponents() override;
+};
+
+}  // namespace kiva::qt::media::ffmpeg

@@ -1,0 +1,43 @@
+#include "FakeToolbox.h"
+
+namespace kiva::test {
+
+std::shared_ptr<FakeComponent> MakeImporter(const char (&subType)[5],
+                                            std::vector<std::string> mimeTypes,
+                                            std::vector<std::string> extensionAtoms) {
+  auto importer = std::make_shared<FakeComponent>();
+  importer->description.componentType = qt::media::kMovieImportType;
+  importer->description.componentSubType = qt::media::FourCharCode(subType);
+  importer->description.componentFlags =
+      qt::media::kCanMovieImportFiles | qt::media::kHasMovieImportMIMEList;
+  importer->mimeList.mimeTypes = std::move(mimeTypes);
+  importer->mimeList.extensions = std::move(extensionAtoms);
+  return importer;
+}
+
+FakeToolbox& FakeToolbox::Instance() {
+  static FakeToolbox toolbox;
+  return toolbox;
+}
+
+qt::media::OSErr FakeToolbox::GetVersion(std::int32_t& response) {
+  ++versionCalls;
+  // Like the platform call, a failing query leaves the response untouched.
+  if (versionError == qt::media::kNoErr) response = versionResponse;
+  return versionError;
+}
+
+qt::media::OSErr FakeToolbox::Start() {
+  ++startCalls;
+  return startError;
+}
+
+void FakeToolbox::Stop() { ++stopCalls; }
+
+}  // namespace kiva::test
+
+namespace kiva::qt::media {
+
+Toolbox& DefaultToolbox() { return test::FakeToolbox::Instance(); }
+
+}  // namespace kiva::qt::media

@@ -1,0 +1,58 @@
+// A scriptable media-layer toolbox: tests set what it answers and read what it was asked.
+#pragma once
+
+#include "media/Toolbox.h"
+
+#include <memory>
+#include <vector>
+
+namespace kiva::test {
+
+// An installed component with a scripted description, open result and MIME list.
+class FakeComponent final : public qt::media::Component {
+ public:
+  qt::media::ComponentDescription GetDescription() const override { return description; }
+  qt::media::OSErr Open() override {
+    ++openCalls;
+    return openError;
+  }
+  qt::media::OSErr GetMIMETypeList(qt::media::MIMETypeList& list) override {
+    if (mimeListError == qt::media::kNoErr) list = mimeList;
+    return mimeListError;
+  }
+
+  qt::media::ComponentDescription description;
+  qt::media::OSErr openError = qt::media::kNoErr;
+  qt::media::OSErr mimeListError = qt::media::kNoErr;
+  qt::media::MIMETypeList mimeList;
+  int openCalls = 0;
+};
+
+// An importer that can import files and publishes a MIME list, as the plug-in searches for.
+std::shared_ptr<FakeComponent> MakeImporter(const char (&subType)[5],
+                                            std::vector<std::string> mimeTypes,
+                                            std::vector<std::string> extensionAtoms);
+
+class FakeToolbox final : public qt::media::Toolbox {
+ public:
+  // The toolbox DefaultToolbox() answers with in the unit tests.
+  static FakeToolbox& Instance();
+
+  qt::media::OSErr GetVersion(std::int32_t& response) override;
+  qt::media::OSErr Start() override;
+  void Stop() override;
+  std::vector<std::shared_ptr<qt::media::Component>> GetComponents() override { return components; }
+
+  // Script.
+  std::vector<std::shared_ptr<qt::media::Component>> components;
+  qt::media::OSErr versionError = qt::media::kNoErr;
+  std::int32_t versionResponse = 59 << 16;
+  qt::media::OSErr startError = qt::media::kNoErr;
+
+  // Record.
+  int versionCalls = 0;
+  int startCalls = 0;
+  int stopCalls = 0;
+};
+
+}  // namespace kiva::test
