@@ -3,10 +3,14 @@
 #include "../../Common/Module/private/Module.h"
 #include "KivaQTFormatIDs.h"
 #include "KivaQTMessages.h"
+#include "KivaQTPrivateSettings.h"
+#include "QTChannelLayout.h"
 #include "QTExtensions.h"
 #include "QTMediaLayer.h"
 
+#include <kiva/KivaAudioSampleType.h>
 #include <noxcore/config/Localizer.h>
+#include <noxcore/filesupport/File.h>
 #include <noxcore/utility/Strings.h>
 
 #include <algorithm>
@@ -24,6 +28,9 @@ constexpr const char* kFormatName = "$$$/KivaPlugIns/KivaQT/FormatNameQT=QuickTi
 constexpr const char* kImportFilter =
     "$$$/KivaPlugIns/KivaQT/InputFormat=QuickTime (*.mov, *.aac, *.aiff, *.avi, *.m4a, *.mp3, "
     "*.mp4, *.wav, ...)";
+constexpr const char* kStreamCount = "$$$/KivaPlugIns/KivaQT/Channels= (@0 streams)";
+constexpr const char* kFormatQT = "$$$/KivaPlugIns/KivaQT/FormatQT=QuickTime: @0";
+constexpr const char* kFormatQTEmpty = "$$$/KivaPlugIns/KivaQT/FormatQTEmpty=QuickTime";
 constexpr const char* kExportFilter =
     "$$$/KivaPlugIns/KivaQT/ExportFormat=QuickTime (audio-only) (*.mov)";
 
@@ -38,6 +45,20 @@ std::vector<const char*> PointersTo(const std::vector<std::string>& extensions) 
   pointers.reserve(extensions.size());
   for (const auto& extension : extensions) pointers.push_back(extension.c_str());
   return pointers;
+}
+
+// "QuickTime: <coding>", or "QuickTime" alone without a coding name.
+std::u16string GetFormatDescription(const std::u16string& name) {
+  if (name.empty()) return Localize(kFormatQTEmpty);
+  return noxcore::utility::ReplaceInString(Localize(kFormatQT), name);
+}
+
+// ASCII-only case folding: the comparison must not depend on the user's locale.
+bool EqualsIgnoringAsciiCase(const std::u16string& a, const std::u16string& b) {
+  const auto fold = [](char16_t c) { return c >= u'A' && c <= u'Z' ? c - u'A' + u'a' : c; };
+  return a.size() == b.size() &&
+         std::equal(a.begin(), a.end(), b.begin(),
+                    [&](char16_t x, char16_t y) { return fold(x) == fold(y); });
 }
 
 }  // namespace
@@ -81,6 +102,106 @@ int KivaQTInterface::Initialize() { return kKivaSuccess; }
 int KivaQTInterface::Terminate() {
   qt::Terminate();
   module::Terminate();
+  return kKivaSuccess;
+}
+
+int KivaQTInterface::OpenForRead(KivaOpenInterface& open) {
+  const char16_t* filePath = open.GetFilePath();
+  const std::u16string path = filePath != nullptr ? filePath : u"";
+  qt::Source::ExtendedErrorInfo info;
+  std::unique_ptr<qt::Source> source = qt::Source::OpenForRead(path, info);
+  if (!source) {
+    SendMessage(Localize(messages::kGeneralOpen));
+    SetExtendedError(info);
+    return kKivaGeneralError;
+  }
+  if (source->GetNumChannels() == 0 && source->GetVideoStreamCount() == 0) {
+    SendMessage(Localize(messages::kNoContent));
+    return kKivaCannotOpen;
+  }
+  open.SetOpenOption(0);
+  open.SetBitRate(32 * source->GetNumChannels() * source->GetSampleRate());
+  std::u16string description = source->GetAudioFormatDescription();
+  if (source->GetAudioStreamCount() > 1) {
+    description += noxcore::utility::ReplaceInString(
+        Localize(kStreamCount), noxcore::utility::NumberToString(source->GetAudioStreamCount()));
+  }
+  // The open stored the movie's own size, so this builds nothing: the off-screen picture is
+  // made when the host first asks for another size.
+  if (source->GetVideoStreamCount() != 0) {
+    source->SetRequestedSize(source->GetWidth(), source->GetHeight());
+  }
+  open.SetDescription(GetFormatDescription(description).c_str());
+  open.SetSource(source.release());
+  return kKivaSuccess;
+}
+
+int KivaQTInterface::GetFormat(qt::Source& source, KivaFormatInterface& format) {
+  const std::int32_t channels = source.GetNumChannels();
+  format.SetNumChannels(channels);
+  format.SetSampleRate(source.GetSampleRate());
+  switch (source.GetBitsPerSample()) {
+    case 16:
+      format.SetSampleType(kAudioSampleType_16Bit);
+      break;
+    case 24:
+      format.SetSampleType(kAudioSampleType_24Bit);
+      break;
+    case 8:
+      format.SetSampleType(kAudioSampleType_8Bit);
+      break;
+    default:
+      format.SetSampleType(kAudioSampleType_32BitFloat);
+  }
+  std::vector<std::uint32_t> labels;
+  source.GetChannelLabelVector(labels);
+  std::int32_t labelled = 0;
+  for (; labelled < channels && static_cast<std::size_t>(labelled) < labels.size(); ++labelled) {
+    format.SetChannelLabel(labelled,
+                           qt::TranslateChannelLabel(labels[static_cast<std::size_t>(labelled)]));
+  }
+  if (channels == 2 && labels.empty()) {
+    format.SetChannelLabel(0, noxmediatypes::kChannelLabel_Left);
+    format.SetChannelLabel(1, noxmediatypes::kChannelLabel_Right);
+    labelled = 2;
+  }
+  for (; labelled < channels; ++labelled) {
+    format.SetChannelLabel(labelled, noxmediatypes::kChannelLabel_None);
+  }
+  if (source.GetVideoStreamCount() != 0) {
+    format.GetVideoStreamInfo()->SetStreamCount(1);
+    format.GetVideoStreamInfo()->SetFormatDescription(0, source.GetVideoFormatDescription());
+    format.GetVideoStreamInfo()->SetFrameCount(0, source.GetVideoFrameCount());
+    format.GetVideoStreamInfo()->SetFrameKind(0, 1);
+    format.GetVideoStreamInfo()->SetPixelAspectRatio(0, source.GetPAR());
+    format.GetVideoStreamInfo()->SetFrameRate(0, source.GetFrameRate());
+    format.GetVideoStreamInfo()->SetFrameRateRational(0, source.GetVideoFrameRateNumerator(),
+                                                      source.GetVideoFrameRateDenominator());
+    format.GetVideoStreamInfo()->SetWidth(0, source.GetOriginalWidth());
+    format.GetVideoStreamInfo()->SetHeight(0, source.GetOriginalHeight());
+  }
+  const bool audioOnlyMovie =
+      source.GetVideoStreamCount() == 0 &&
+      EqualsIgnoringAsciiCase(noxcore::filesupport::File(source.GetFilePath()).GetExtension(),
+                              u".mov");
+  format.SetFormatID(audioOnlyMovie ? kAudioOnlyMovID : kGeneralQTID);
+  format.SetPrivateSettings(KivaQTPrivateSettings().GetSerialized());
+  format.SetSampleCount(source.GetSampleCount());
+  return kKivaSuccess;
+}
+
+int KivaQTInterface::ReadSamples(qt::Source& source, KivaReadSamplesInterface& read) {
+  const std::int64_t frames = read.GetFrameCount();
+  const std::int64_t start = read.GetStartFrame();
+  read.SetFramesRead(0);
+  std::vector<float*> buffers;
+  for (std::int32_t c = 0; c < source.GetNumChannels(); ++c) {
+    buffers.push_back(read.GetChannelBuffer(c));
+  }
+  if (!source.GetAudio(start, static_cast<std::int32_t>(frames), buffers.data())) {
+    return kKivaReadAudioFailed;
+  }
+  read.SetFramesRead(frames);
   return kKivaSuccess;
 }
 

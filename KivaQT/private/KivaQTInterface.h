@@ -12,6 +12,9 @@ class KivaQTInterface : public KivaInterfaceTemplate<qt::Source, qt::Source> {
   int GetKivaInfo(KivaGetKivaInfoInterface& info) override;
   int Initialize() override;
   int Terminate() override;
+  int OpenForRead(KivaOpenInterface& open) override;
+  int GetFormat(qt::Source& source, KivaFormatInterface& format) override;
+  int ReadSamples(qt::Source& source, KivaReadSamplesInterface& read) override;
 
   // Sends the coded "could not open" text for an open error, if one was recorded.
   void SetExtendedError(qt::Source::ExtendedErrorInfo info);

@@ -2,8 +2,15 @@
 // an opaque handle and destroys it through CloseForRead or FinishWrite.
 #pragma once
 
+#include "media/AudioExtraction.h"
+#include "media/Movie.h"
+#include "media/SoundDescription.h"
+
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace kiva::qt {
 
@@ -19,9 +26,92 @@ class Source {
   };
 
   Source() = default;
-  virtual ~Source() = default;
+  virtual ~Source();
   Source(const Source&) = delete;
   Source& operator=(const Source&) = delete;
+
+  // A new source reading the file at `path`, or null (with `info` filled) when it cannot open.
+  static std::unique_ptr<Source> OpenForRead(const std::u16string& path, ExtendedErrorInfo& info);
+  // Opens the movie and takes in its tracks. A movie without tracks opens (as an empty source).
+  bool InitializeForRead(const std::u16string& path, ExtendedErrorInfo& info);
+  // With a movie open, true at once. Otherwise reopens from the path and answers the inverse of
+  // that: false after a successful reopen, true after a failed one.
+  bool Activate();
+  // Releases what a paused source need not hold (extraction session, buffers), keeping the
+  // movie. Always true.
+  bool Suspend();
+  // Suspends, clears the session's facts and releases the movie.
+  void Close();
+
+  // Read side.
+  const std::u16string& GetFilePath() const { return filePath; }
+  std::int32_t GetSampleRate() const { return sampleRate; }
+  std::int32_t GetNumChannels() const { return numChannels; }
+  std::int32_t GetBitsPerSample() const { return 32; }  // delivered as 32-bit float
+  std::int64_t GetSampleCount() const { return sampleCount; }
+  std::int32_t GetAudioStreamCount() const { return audioStreamCount; }
+  std::int32_t GetVideoStreamCount() const { return videoStreamCount; }
+  std::u16string GetAudioFormatDescription() const { return audioFormatDescription; }
+  std::u16string GetVideoFormatDescription() const { return videoFormatDescription; }
+  std::int32_t GetOriginalWidth() const { return originalWidth; }
+  std::int32_t GetOriginalHeight() const { return originalHeight; }
+  std::int32_t GetWidth() const { return width; }
+  std::int32_t GetHeight() const { return height; }
+  std::int32_t GetBytesPerPixel() const { return bytesPerPixel; }
+  double GetFrameRate() const { return frameRate; }
+  std::int32_t GetVideoFrameRateNumerator() const { return videoTimeScale; }
+  std::int32_t GetVideoFrameRateDenominator() const { return frameDuration; }
+  double GetVideoScalingFactor() const { return videoScalingFactor; }
+  bool GetHighQualityVideo() const { return highQualityVideo; }
+  void SetHighQualityVideo(bool highQuality) { highQualityVideo = highQuality; }
+  // Frames of video: the display duration over one frame's duration, rounded up.
+  std::int32_t GetVideoFrameCount() const;
+  std::int32_t GetBytesPerFrame() const { return height * width * bytesPerPixel; }
+  double GetPAR() const;
+  void GetChannelLabelVector(std::vector<std::uint32_t>& out) const { out = channelLabels; }
+
+  // The size frames are asked for at; nothing happens when it does not change.
+  void SetRequestedSize(std::int32_t requestedWidth, std::int32_t requestedHeight);
+
+  // Audio: `frameCount` frames from `startFrame` into one float buffer per channel (null ones
+  // are skipped); what the movie cannot deliver is zero-filled.
+  bool GetAudio(std::int64_t startFrame, std::int32_t frameCount, float** channelBuffers);
+  bool SetupAudioExtraction();
+  bool AllocateAudioBuffers(std::int32_t frames);
+  void DeAllocateAudioBuffers();
+
+ private:
+  void FreeWriteResources();
+
+  std::u16string filePath;
+  std::unique_ptr<media::Movie> movie;
+  std::int32_t videoTimeScale = 0;
+  std::int32_t frameDuration = 0;
+  std::int32_t sampleRate = 0;
+  double frameRate = 0.0;
+  std::int64_t sampleCount = 0;
+  std::int64_t videoDuration = 0;
+  media::AudioStreamBasicDescription extractionFormat;
+  std::u16string audioFormatDescription;
+  std::unique_ptr<media::AudioExtraction> audioExtraction;
+  // One block holding every channel's extraction area back to back; only grows.
+  std::unique_ptr<unsigned char, decltype(&std::free)> audioBuffer{nullptr, &std::free};
+  std::vector<media::AudioBuffer> audioBufferList;
+  std::int32_t audioBufferSize = 0;
+  std::vector<std::uint32_t> channelLabels;
+  std::u16string videoFormatDescription;
+  std::int32_t originalHeight = 0;
+  std::int32_t originalWidth = 0;
+  std::int32_t height = 0;
+  std::int32_t width = 0;
+  std::int32_t bytesPerPixel = 0;
+  std::int32_t numChannels = 0;
+  std::int32_t audioStreamCount = 0;
+  std::int32_t videoStreamCount = 0;
+  bool highQualityVideo = false;
+  double videoScalingFactor = 1.0;
+  std::uint32_t parHorizontal = 1;
+  std::uint32_t parVertical = 1;
 };
 
 }  // namespace kiva::qt

@@ -34,6 +34,22 @@ qt::media::OSErr FakeToolbox::Start() {
 
 void FakeToolbox::Stop() { ++stopCalls; }
 
+qt::media::OSErr FakeToolbox::NewMovieFromPath(const std::string& path,
+                                               std::unique_ptr<qt::media::Movie>& movie) {
+  openedPaths.push_back(path);
+  const auto found = movies.find(path);
+  if (found == movies.end()) return openError;
+  auto made = found->second();
+  lastMovie = made.get();
+  movie = std::move(made);
+  return qt::media::kNoErr;
+}
+
+std::string FakeToolbox::GetCompressionName(std::uint32_t formatCode) {
+  const auto found = compressionNames.find(formatCode);
+  return found != compressionNames.end() ? found->second : std::string();
+}
+
 }  // namespace kiva::test
 
 namespace kiva::qt::media {

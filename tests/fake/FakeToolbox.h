@@ -1,7 +1,12 @@
 // A scriptable media-layer toolbox: tests set what it answers and read what it was asked.
 #pragma once
 
+#include "FakeMovie.h"
 #include "media/Toolbox.h"
+
+#include <functional>
+#include <map>
+#include <string>
 
 #include <memory>
 #include <vector>
@@ -42,9 +47,16 @@ class FakeToolbox final : public qt::media::Toolbox {
   qt::media::OSErr Start() override;
   void Stop() override;
   std::vector<std::shared_ptr<qt::media::Component>> GetComponents() override { return components; }
+  // Hands out the movie staged for the path, or `openError`.
+  qt::media::OSErr NewMovieFromPath(const std::string& path,
+                                    std::unique_ptr<qt::media::Movie>& movie) override;
+  std::string GetCompressionName(std::uint32_t formatCode) override;
 
   // Script.
   std::vector<std::shared_ptr<qt::media::Component>> components;
+  std::map<std::string, std::function<std::unique_ptr<FakeMovie>()>> movies;
+  qt::media::OSErr openError = -43;
+  std::map<std::uint32_t, std::string> compressionNames;
   qt::media::OSErr versionError = qt::media::kNoErr;
   std::int32_t versionResponse = 59 << 16;
   qt::media::OSErr startError = qt::media::kNoErr;
@@ -53,6 +65,8 @@ class FakeToolbox final : public qt::media::Toolbox {
   int versionCalls = 0;
   int startCalls = 0;
   int stopCalls = 0;
+  std::vector<std::string> openedPaths;
+  FakeMovie* lastMovie = nullptr;
 };
 
 }  // namespace kiva::test

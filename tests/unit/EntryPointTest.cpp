@@ -372,9 +372,6 @@ TEST(EntryPoint, OperationsNotOfferedAnswerNotSupported) {
   qt::Source source;
   StrictMock<kiva::test::MockFormat> format;
   EXPECT_CALL(format, GetErrorReporter()).WillRepeatedly(Return(nullptr));
-  StrictMock<kiva::test::MockOpen> open;
-  EXPECT_CALL(open, GetErrorReporter()).WillOnce(Return(nullptr));
-  StrictMock<kiva::test::MockReadSamples> read;
   StrictMock<kiva::test::MockReadVideoFrame> frame;
   StrictMock<kiva::test::MockGetExportSettingsInfo> settingsInfo;
   EXPECT_CALL(settingsInfo, GetErrorReporter()).WillOnce(Return(nullptr));
@@ -385,9 +382,6 @@ TEST(EntryPoint, OperationsNotOfferedAnswerNotSupported) {
   EXPECT_CALL(finish, GetFormat()).WillOnce(Return(&format));
   EXPECT_CALL(finish, GetFinishFlag()).WillOnce(Return(false));
 
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelOpenForRead, nullptr, &open), kKivaNotSupported);
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelGetFormat, &source, &format), kKivaNotSupported);
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelReadSamples, &source, &read), kKivaNotSupported);
   EXPECT_EQ(kivaInterface.EntryPoint(kSelReadVideoFrame, &source, &frame), kKivaNotSupported);
   EXPECT_EQ(kivaInterface.EntryPoint(kSelGetDefaultExportSettings, nullptr, &format),
             kKivaNotSupported);

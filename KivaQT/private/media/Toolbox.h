@@ -5,9 +5,11 @@
 
 #include "Component.h"
 #include "MediaStatus.h"
+#include "Movie.h"
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace kiva::qt::media {
@@ -22,6 +24,13 @@ class Toolbox {
   virtual OSErr Start() = 0;
   // Releases what Start set up. Safe to call without a Start before it.
   virtual void Stop() = 0;
+
+  // Opens the movie in the file at `path` (UTF-8). Errors: kFileNotFoundErr, kPermissionErr,
+  // kIOErr, kMemFullErr, kInvalidMovieErr.
+  virtual OSErr NewMovieFromPath(const std::string& path, std::unique_ptr<Movie>& movie) = 0;
+
+  // The name of a coding by its four-character code ("" when unknown).
+  virtual std::string GetCompressionName(std::uint32_t formatCode) = 0;
 
   // Every installed component, in the media layer's own order.
   virtual std::vector<std::shared_ptr<Component>> GetComponents() = 0;

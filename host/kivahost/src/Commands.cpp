@@ -1,8 +1,15 @@
 #include "Commands.h"
 
+#include "OpenedFile.h"
+
+#include <sndfile.h>
+#include <unistd.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <iomanip>
 #include <iostream>
+#include <memory>
 
 namespace kivahost {
 
@@ -61,10 +68,169 @@ int RunInfo(const PlugIn& plugIn, bool json) {
   return plugIn.InfoStatus() == 0 ? 0 : 1;
 }
 
-int RunDemo(const PlugIn& plugIn, const std::string& samplePath) {
+namespace {
+
+std::string SampleTypeName(int code) {
+  switch (code) {
+    case 10:
+      return "8-bit";
+    case 20:
+      return "16-bit";
+    case 30:
+      return "24-bit";
+    case 40:
+      return "32-bit float";
+    default:
+      return "code " + std::to_string(code);
+  }
+}
+
+int ReportFailure(const PlugInError& error) {
+  std::cerr << "kivahost: " << error.what() << " (status " << error.Status() << ")\n";
+  for (const auto& message : error.Messages()) std::cerr << "  " << message << '\n';
+  return 1;
+}
+
+void PrintProbe(const std::string& path, const OpenedFile& file) {
+  const HostFormat& format = file.Format();
+  std::cout << "File:        " << path << "\n"
+            << "Description: " << file.Open().description << "\n"
+            << "Format ID:   " << format.formatID << "\n"
+            << "Channels:    " << format.labels.size() << " (";
+  for (std::size_t c = 0; c < format.labels.size(); ++c) {
+    std::cout << (c ? " " : "") << LabelName(format.labels[c]);
+  }
+  std::cout << ")\n"
+            << "Sample rate: " << format.sampleRate << " Hz\n"
+            << "Samples:     " << SampleTypeName(format.sampleType) << "\n"
+            << "Length:      " << format.sampleCount << " frames";
+  if (format.sampleRate > 0) {
+    std::cout << " (" << std::fixed << std::setprecision(3)
+              << static_cast<double>(format.sampleCount) / format.sampleRate << " s)";
+  }
+  std::cout << "\nBit rate:    " << file.Open().bitRate << "\n";
+  const VideoStreamFacts& video = format.video.facts;
+  if (video.streamCount > 0) {
+    std::cout << "Video:       " << video.description << ", " << video.width << "x" << video.height
+              << ", " << video.frameCount << " frames at " << std::setprecision(3)
+              << video.frameRate << " fps (" << video.rateNumerator << "/" << video.rateDenominator
+              << "), pixel aspect " << video.pixelAspectRatio << "\n";
+  }
+  std::cout << "Settings:    " << ToUtf8(format.privateSettings) << "\n";
+}
+
+nlohmann::json ProbeToJson(const std::string& path, const OpenedFile& file) {
+  const HostFormat& format = file.Format();
+  nlohmann::json labels = nlohmann::json::array();
+  for (const auto label : format.labels) labels.push_back(label);
+  nlohmann::json out{{"file", path},
+                     {"description", file.Open().description},
+                     {"formatID", format.formatID},
+                     {"channels", format.labels.size()},
+                     {"channelLabels", labels},
+                     {"sampleRate", format.sampleRate},
+                     {"sampleType", format.sampleType},
+                     {"sampleCount", format.sampleCount},
+                     {"bitRate", file.Open().bitRate},
+                     {"privateSettings", ToUtf8(format.privateSettings)}};
+  const VideoStreamFacts& video = format.video.facts;
+  if (video.streamCount > 0) {
+    out["video"] = {{"description", video.description},
+                    {"width", video.width},
+                    {"height", video.height},
+                    {"frameCount", video.frameCount},
+                    {"frameRate", video.frameRate},
+                    {"frameRateRational", {video.rateNumerator, video.rateDenominator}},
+                    {"pixelAspectRatio", video.pixelAspectRatio}};
+  }
+  return out;
+}
+
+struct SndfileCloser {
+  void operator()(SNDFILE* file) const { sf_close(file); }
+};
+
+}  // namespace
+
+int RunProbe(const PlugIn& plugIn, const std::string& path, bool json) {
+  try {
+    const OpenedFile file(plugIn, path);
+    if (json) {
+      std::cout << ProbeToJson(path, file).dump(2) << '\n';
+    } else {
+      PrintProbe(path, file);
+    }
+    return 0;
+  } catch (const PlugInError& error) {
+    return ReportFailure(error);
+  }
+}
+
+int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& output,
+              std::int64_t start, std::int64_t frames) {
+  try {
+    const OpenedFile file(plugIn, path);
+    const HostFormat& format = file.Format();
+    const int channels = static_cast<int>(format.labels.size());
+    if (channels == 0 || format.sampleRate <= 0) {
+      std::cerr << "kivahost: " << path << " has no audio\n";
+      return 1;
+    }
+    const std::int64_t end =
+        frames < 0 ? format.sampleCount : std::min(format.sampleCount, start + frames);
+    SF_INFO info{};
+    info.samplerate = format.sampleRate;
+    info.channels = channels;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    std::unique_ptr<SNDFILE, SndfileCloser> wav(sf_open(output.c_str(), SFM_WRITE, &info));
+    if (!wav) {
+      std::cerr << "kivahost: cannot write " << output << ": " << sf_strerror(nullptr) << '\n';
+      return 1;
+    }
+    constexpr std::int64_t kBlock = 65536;
+    std::vector<std::vector<float>> planes(static_cast<std::size_t>(channels),
+                                           std::vector<float>(kBlock));
+    std::vector<float*> buffers;
+    for (auto& plane : planes) buffers.push_back(plane.data());
+    std::vector<float> interleaved(static_cast<std::size_t>(kBlock * channels));
+    const bool showProgress = isatty(STDERR_FILENO) != 0;
+    for (std::int64_t position = start; position < end; position += kBlock) {
+      const std::int64_t count = std::min(kBlock, end - position);
+      std::int64_t read = 0;
+      if (const int status = file.Read(position, count, buffers, read); status != 0) {
+        std::cerr << "\nkivahost: reading " << path << " at frame " << position
+                  << " failed (status " << status << ")\n";
+        return 1;
+      }
+      for (std::int64_t i = 0; i < count; ++i) {
+        for (int c = 0; c < channels; ++c) {
+          interleaved[static_cast<std::size_t>(i * channels + c)] =
+              planes[static_cast<std::size_t>(c)][static_cast<std::size_t>(i)];
+        }
+      }
+      sf_writef_float(wav.get(), interleaved.data(), count);
+      if (showProgress) {
+        std::cerr << "\rDecoding "
+                  << (100 * (position + count - start)) / std::max<std::int64_t>(1, end - start)
+                  << "%" << std::flush;
+      }
+    }
+    if (showProgress) std::cerr << '\n';
+    std::cout << "Wrote " << (end - start) << " frames of " << channels << " channels at "
+              << format.sampleRate << " Hz to " << output << '\n';
+    return 0;
+  } catch (const PlugInError& error) {
+    return ReportFailure(error);
+  }
+}
+
+int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
+            const std::string& outputDirectory) {
   PrintDescription(plugIn.Description());
-  std::cout << "Sample:     " << samplePath << '\n';
-  return plugIn.InfoStatus() == 0 ? 0 : 1;
+  std::cout << "Sample:     " << samplePath << "\n\n";
+  if (const int status = RunProbe(plugIn, samplePath, false); status != 0) return status;
+  std::cout << '\n';
+  return RunDecode(plugIn, samplePath, outputDirectory + "/demo-decoded.wav", 0, -1);
 }
 
 }  // namespace kivahost

@@ -2,6 +2,8 @@
 
 #include <noxcore/utility/Strings.h>
 
+#include <algorithm>
+
 namespace kivahost {
 
 namespace {
@@ -35,6 +37,22 @@ std::u16string ToUtf16(const std::string& text) {
   std::u16string out;
   if (!noxcore::utility::UTF8to16(text, out)) out = noxcore::utility::AsciiToUTF16(text);
   return out;
+}
+
+void HostFormat::SetNumChannels(std::int32_t channels) {
+  labels.assign(static_cast<std::size_t>(std::max(channels, 0)), 0);
+}
+
+std::uint32_t HostFormat::GetChannelLabel(std::int32_t channel) {
+  return channel >= 0 && static_cast<std::size_t>(channel) < labels.size()
+             ? labels[static_cast<std::size_t>(channel)]
+             : 0;
+}
+
+void HostFormat::SetChannelLabel(std::int32_t channel, std::uint32_t label) {
+  if (channel >= 0 && static_cast<std::size_t>(channel) < labels.size()) {
+    labels[static_cast<std::size_t>(channel)] = label;
+  }
 }
 
 void HostErrorReporter::SetErrorText(const char16_t* text) { messages.push_back(ToUtf8(text)); }

@@ -56,4 +56,117 @@ class HostKivaInfo final : public kiva::KivaGetKivaInfoInterface {
   PlugInDescription description;
 };
 
+struct VideoStreamFacts {
+  int streamCount = 0;
+  int frameCount = 0;
+  int frameKind = 0;
+  std::int64_t rateNumerator = 0;
+  std::int64_t rateDenominator = 0;
+  double frameRate = 0;
+  int width = 0;
+  int height = 0;
+  double pixelAspectRatio = 0;
+  std::string description;
+};
+
+// A video sub-record: what the plug-in reports, and (for frame requests) the wanted size.
+class HostVideoStream final : public kiva::KivaVideoStreamInterface {
+ public:
+  void SetStreamCount(std::int32_t count) override { facts.streamCount = count; }
+  void SetFrameCount(std::int32_t, std::int32_t frames) override { facts.frameCount = frames; }
+  void SetFrameKind(std::int32_t, std::int32_t value) override { facts.frameKind = value; }
+  void SetFrameRateRational(std::int32_t, std::int64_t numerator,
+                            std::int64_t denominator) override {
+    facts.rateNumerator = numerator;
+    facts.rateDenominator = denominator;
+  }
+  void SetFrameRate(std::int32_t, double rate) override { facts.frameRate = rate; }
+  std::int32_t GetWidth(std::int32_t) override { return facts.width; }
+  void SetWidth(std::int32_t, std::int32_t pixels) override { facts.width = pixels; }
+  std::int32_t GetHeight(std::int32_t) override { return facts.height; }
+  void SetHeight(std::int32_t, std::int32_t pixels) override { facts.height = pixels; }
+  void SetPixelAspectRatio(std::int32_t, double ratio) override { facts.pixelAspectRatio = ratio; }
+  void SetFormatDescription(std::int32_t, const std::u16string& text) override {
+    facts.description = ToUtf8(text);
+  }
+  VideoStreamFacts facts;
+};
+
+// A format record: the stream format the plug-in reports, or the export format the host asks
+// for. Its reporter collects the request's messages.
+class HostFormat final : public kiva::KivaFormatInterface {
+ public:
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  std::int32_t GetSampleRate() override { return sampleRate; }
+  void SetSampleRate(std::int32_t hz) override { sampleRate = hz; }
+  std::int32_t GetSampleType() override { return sampleType; }
+  void SetSampleType(std::int32_t code) override { sampleType = code; }
+  std::int32_t GetNumChannels() override { return static_cast<std::int32_t>(labels.size()); }
+  void SetNumChannels(std::int32_t channels) override;
+  std::uint32_t GetChannelLabel(std::int32_t channel) override;
+  void SetChannelLabel(std::int32_t channel, std::uint32_t label) override;
+  kiva::KivaVideoStreamInterface* GetVideoStreamInfo() override { return &video; }
+  void SetFormatID(const std::u16string& id) override { formatID = ToUtf8(id); }
+  const char16_t* GetPrivateSettings() override { return privateSettings.c_str(); }
+  void SetPrivateSettings(const std::u16string& settings) override { privateSettings = settings; }
+  void SetMimeType(const char* type) override { mimeType = type != nullptr ? type : ""; }
+  void SetFileType(std::uint32_t code) override { fileType = code; }
+  void SetFileCreator(std::uint32_t code) override { fileCreator = code; }
+  std::uint32_t GetMetadataCount() override { return 0; }
+  bool GetMetadataItem(std::uint32_t, std::u16string&, std::int64_t&, std::u16string&) override {
+    return false;
+  }
+  void SetSampleCount(std::int64_t frames) override { sampleCount = frames; }
+  std::int64_t GetSampleCount() override { return sampleCount; }
+
+  HostErrorReporter reporter;
+  HostVideoStream video;
+  std::int32_t sampleRate = 0;
+  std::int32_t sampleType = 0;
+  std::vector<std::uint32_t> labels;
+  std::string formatID;
+  std::u16string privateSettings;
+  std::string mimeType;
+  std::uint32_t fileType = 0;
+  std::uint32_t fileCreator = 0;
+  std::int64_t sampleCount = 0;
+};
+
+class HostOpen final : public kiva::KivaOpenInterface {
+ public:
+  explicit HostOpen(const std::string& path) : path(ToUtf16(path)) {}
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  const char16_t* GetFilePath() override { return path.c_str(); }
+  void SetSource(void* handle) override { source = handle; }
+  void SetOpenOption(int option) override { openOption = option; }
+  void SetDescription(const char16_t* text) override { description = ToUtf8(text); }
+  void SetBitRate(std::int32_t bits) override { bitRate = bits; }
+
+  HostErrorReporter reporter;
+  std::u16string path;
+  void* source = nullptr;
+  int openOption = -1;
+  std::string description;
+  std::int32_t bitRate = 0;
+};
+
+class HostReadSamples final : public kiva::KivaReadSamplesInterface {
+ public:
+  HostReadSamples(std::int64_t start, std::int64_t frames, std::vector<float*> buffers)
+      : start(start), frames(frames), buffers(std::move(buffers)) {}
+  std::int64_t GetStartFrame() override { return start; }
+  std::int64_t GetFrameCount() override { return frames; }
+  float* GetChannelBuffer(std::int32_t channel) override {
+    return channel >= 0 && static_cast<std::size_t>(channel) < buffers.size()
+               ? buffers[static_cast<std::size_t>(channel)]
+               : nullptr;
+  }
+  void SetFramesRead(std::int64_t read) override { framesRead = read; }
+
+  std::int64_t start;
+  std::int64_t frames;
+  std::vector<float*> buffers;
+  std::int64_t framesRead = -1;
+};
+
 }  // namespace kivahost

@@ -28,9 +28,27 @@ int main(int argc, char** argv) {
   CLI::App* info = cli.add_subcommand("info", "print the plug-in's identity and formats");
   info->add_flag("--json", json, "machine-readable output");
 
+  std::string file;
+  CLI::App* probe = cli.add_subcommand("probe", "everything the plug-in reports about a file");
+  probe->add_option("FILE", file, "media file")->required();
+  probe->add_flag("--json", json, "machine-readable output");
+
+  std::string output;
+  std::int64_t start = 0;
+  std::int64_t frames = -1;
+  CLI::App* decode = cli.add_subcommand("decode", "read a file's audio into a float WAV file");
+  decode->add_option("FILE", file, "media file")->required();
+  decode->add_option("-o,--output", output, "the WAV file to write")->required();
+  decode->add_option("--start", start, "first frame")->check(CLI::NonNegativeNumber);
+  decode->add_option("--frames", frames, "number of frames (default: to the end)")
+      ->check(CLI::NonNegativeNumber);
+
   std::string samplePath = KIVAHOST_DEMO_SAMPLE;
+  std::string outputDirectory = ".";
   CLI::App* demo = cli.add_subcommand("demo", "run the plug-in on the sample the build made");
   demo->add_option("--sample", samplePath, "the movie to use")->capture_default_str();
+  demo->add_option("--output-directory", outputDirectory, "where the demo writes its results")
+      ->capture_default_str();
 
   CLI11_PARSE(cli, argc, argv);
 
@@ -39,7 +57,9 @@ int main(int argc, char** argv) {
   try {
     const kivahost::PlugIn plugIn(bundlePath);
     if (info->parsed()) return kivahost::RunInfo(plugIn, json);
-    return kivahost::RunDemo(plugIn, samplePath);
+    if (probe->parsed()) return kivahost::RunProbe(plugIn, file, json);
+    if (decode->parsed()) return kivahost::RunDecode(plugIn, file, output, start, frames);
+    return kivahost::RunDemo(plugIn, samplePath, outputDirectory);
   } catch (const std::exception& error) {
     std::cerr << "kivahost: " << error.what() << '\n';
     return 2;

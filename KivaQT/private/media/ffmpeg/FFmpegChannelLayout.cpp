@@ -42,7 +42,14 @@ std::uint32_t LabelForChannel(AVChannel channel) {
 }
 
 bool ToAudioChannelLayout(const AVChannelLayout& in, AudioChannelLayout& out) {
-  if (in.order == AV_CHANNEL_ORDER_NATIVE && (in.u.mask >> kBitmapChannels) == 0) {
+  // FFmpeg's common 5.1 and its relatives carry their surround pair as side channels; where
+  // there is no back pair, the side pair is the surround pair listeners know as Ls/Rs.
+  const std::uint64_t sides = AV_CH_SIDE_LEFT | AV_CH_SIDE_RIGHT;
+  const std::uint64_t backs = AV_CH_BACK_LEFT | AV_CH_BACK_RIGHT;
+  const bool sidesAreSurround =
+      in.order == AV_CHANNEL_ORDER_NATIVE && (in.u.mask & sides) != 0 && (in.u.mask & backs) == 0;
+  if (in.order == AV_CHANNEL_ORDER_NATIVE && (in.u.mask >> kBitmapChannels) == 0 &&
+      !sidesAreSurround) {
     out = AudioChannelLayout{};
     out.mChannelLayoutTag = kAudioChannelLayoutTag_UseChannelBitmap;
     out.mChannelBitmap = static_cast<std::uint32_t>(in.u.mask);
@@ -52,9 +59,15 @@ bool ToAudioChannelLayout(const AVChannelLayout& in, AudioChannelLayout& out) {
   out = AudioChannelLayout{};
   out.mChannelLayoutTag = kAudioChannelLayoutTag_UseChannelDescriptions;
   for (int index = 0; index < in.nb_channels; ++index) {
+    const AVChannel channel =
+        av_channel_layout_channel_from_index(&in, static_cast<unsigned>(index));
     AudioChannelDescription description;
-    description.mChannelLabel =
-        LabelForChannel(av_channel_layout_channel_from_index(&in, static_cast<unsigned>(index)));
+    description.mChannelLabel = LabelForChannel(channel);
+    if (sidesAreSurround && channel == AV_CHAN_SIDE_LEFT) {
+      description.mChannelLabel = kAudioChannelLabel_LeftSurround;
+    } else if (sidesAreSurround && channel == AV_CHAN_SIDE_RIGHT) {
+      description.mChannelLabel = kAudioChannelLabel_RightSurround;
+    }
     out.mChannelDescriptions.push_back(description);
   }
   return true;

@@ -30,8 +30,10 @@ class OwnedChannelLayout {
 
 // A stream's layout for the media layer: native orders whose channels all lie in bits 0..17
 // become a channel bitmap (those bits coincide with FFmpeg's channel bits); other native and
-// custom orders become one channel description per channel. False, with `out` untouched, for
-// an unspecified (or ambisonic) order, which says nothing of where channels belong.
+// custom orders become one channel description per channel. A side pair without a back pair
+// (5.1(side), 5.0(side), quad(side), 6.1, ...) is described as the surround pair Ls/Rs. False, with
+// `out` untouched, for an unspecified (or ambisonic) order, which says nothing of where channels
+// belong.
 bool ToAudioChannelLayout(const AVChannelLayout& in, AudioChannelLayout& out);
 
 // The media layer's label of one FFmpeg channel; Discrete where it has none.

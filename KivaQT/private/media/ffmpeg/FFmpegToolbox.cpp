@@ -1,6 +1,8 @@
 #include "FFmpegToolbox.h"
 
+#include "FFmpegFormatCodes.h"
 #include "FFmpegImporter.h"
+#include "FFmpegMovie.h"
 #include "MimeDatabase.h"
 
 #include "../../Trace.h"
@@ -57,6 +59,14 @@ OSErr FFmpegToolbox::Start() {
 }
 
 void FFmpegToolbox::Stop() { av_log_set_callback(av_log_default_callback); }
+
+OSErr FFmpegToolbox::NewMovieFromPath(const std::string& path, std::unique_ptr<Movie>& movie) {
+  return FFmpegMovie::Open(path, movie);
+}
+
+std::string FFmpegToolbox::GetCompressionName(std::uint32_t formatCode) {
+  return CompressionNameOf(formatCode);
+}
 
 std::vector<std::shared_ptr<Component>> FFmpegToolbox::GetComponents() {
   // The linked libraries' formats never change while the module is loaded.

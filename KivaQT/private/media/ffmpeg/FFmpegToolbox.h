@@ -12,6 +12,8 @@ class FFmpegToolbox final : public Toolbox {
   OSErr Start() override;
   // Gives FFmpeg's log back to its default handler.
   void Stop() override;
+  OSErr NewMovieFromPath(const std::string& path, std::unique_ptr<Movie>& movie) override;
+  std::string GetCompressionName(std::uint32_t formatCode) override;
   // One importer per demuxer.
   std::vector<std::shared_ptr<Component>> GetComponents() override;
 };

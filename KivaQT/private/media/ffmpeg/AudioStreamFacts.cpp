@@ -1,0 +1,243 @@
+#include "AudioStreamFacts.h"
+
+extern "C" {
+#include <libavutil/opt.h>
+}
+
+#include <cstring>
+#include <map>
+
+namespace kiva::qt::media::ffmpeg {
+
+namespace {
+
+bool IsPcm(AVCodecID id) { return id >= AV_CODEC_ID_PCM_S16LE && id < AV_CODEC_ID_ADPCM_IMA_QT; }
+
+bool IsLossless(AVCodecID id) {
+  return IsPcm(id) || id == AV_CODEC_ID_FLAC || id == AV_CODEC_ID_ALAC ||
+         id == AV_CODEC_ID_WAVPACK || id == AV_CODEC_ID_TTA || id == AV_CODEC_ID_APE ||
+         id == AV_CODEC_ID_TAK || id == AV_CODEC_ID_MLP || id == AV_CODEC_ID_TRUEHD;
+}
+
+// Frames to decode before a wanted position so that the output there equals a sequential
+// decode (measured per codec): none for packets that stand alone, one packet of transform
+// overlap for AAC, AC-3 and Vorbis, the bit reservoir's reach for MP3, and a second for codecs
+// whose state only converges over time (Opus) or that were not measured.
+std::int64_t PrerollFor(const AVCodecParameters& parameters) {
+  const std::int64_t second = parameters.sample_rate;
+  switch (parameters.codec_id) {
+    case AV_CODEC_ID_AAC:
+      return 2 * 1024;
+    case AV_CODEC_ID_AC3:
+    case AV_CODEC_ID_EAC3:
+      return 2 * 1536;
+    case AV_CODEC_ID_MP3:
+      return 32 * 1152;
+    case AV_CODEC_ID_MP2:
+      return 2 * 1152;
+    case AV_CODEC_ID_VORBIS:
+      return 2 * 2048;
+    default:
+      return IsLossless(parameters.codec_id) ? 0 : second;
+  }
+}
+
+bool IsMovFamily(const AVFormatContext* format) {
+  return std::strncmp(format->iformat->name, "mov,", 4) == 0;
+}
+
+// Containers whose declared length is the exact decoded length: the edit list of a movie, and
+// the sample count of a lossless stream in a container that counts in samples.
+bool DeclaresExactLength(const AVFormatContext* format, const AVStream* stream,
+                         const AudioStreamFacts& facts) {
+  if (stream->duration == AV_NOPTS_VALUE || stream->duration <= 0 || !facts.exactTimestamps) {
+    return false;
+  }
+  if (IsMovFamily(format)) return true;
+  const char* name = format->iformat->name;
+  const bool countsSamples = std::strcmp(name, "wav") == 0 || std::strcmp(name, "w64") == 0 ||
+                             std::strcmp(name, "aiff") == 0 || std::strcmp(name, "caf") == 0 ||
+                             std::strcmp(name, "flac") == 0 || std::strcmp(name, "au") == 0;
+  return countsSamples && IsLossless(facts.parameters->codec_id);
+}
+
+std::int64_t ToSamples(std::int64_t value, AVRational timeBase, int sampleRate) {
+  return av_rescale_q_rnd(value, timeBase, AVRational{1, sampleRate},
+                          static_cast<AVRounding>(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX));
+}
+
+struct ScanTotals {
+  std::int64_t samples = 0;
+  std::int64_t firstTimestamp = AV_NOPTS_VALUE;
+  std::int64_t firstSkip = 0;
+  std::int64_t end = AV_NOPTS_VALUE;  // latest packet end, in the time base
+};
+
+bool IsOgg(const AVFormatContext* format) { return std::strcmp(format->iformat->name, "ogg") == 0; }
+
+// Frames a packet decodes to, from its duration where timestamps count samples, else from the
+// coding's frame size.
+std::int64_t PacketFrames(const AVPacket& packet, const AudioStreamFacts& facts) {
+  if (facts.exactTimestamps && packet.duration > 0) {
+    return ToSamples(packet.duration, facts.timeBase, facts.sampleRate);
+  }
+  const int frames = av_get_audio_frame_duration2(facts.parameters.get(), packet.size);
+  if (frames > 0) return frames;
+  return packet.duration > 0 ? ToSamples(packet.duration, facts.timeBase, facts.sampleRate) : 0;
+}
+
+// One pass over the packets: the frames a full decode yields (durations less the priming
+// skipped at the start and the padding discarded at the end), without decoding.
+void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams) {
+  std::map<int, ScanTotals> totals;
+  std::map<int, AudioStreamFacts*> byIndex;
+  for (auto& facts : streams) byIndex[facts.streamIndex] = &facts;
+  // The generic index built by this pass serves later seeks; let it hold a long file whole.
+  format->max_index_size = 64 << 20;
+  PacketPtr packet(av_packet_alloc());
+  if (!packet) return;
+  while (av_read_frame(format, packet.get()) >= 0) {
+    PacketReference unref(packet.get());
+    const auto found = byIndex.find(packet->stream_index);
+    if (found == byIndex.end()) continue;
+    ScanTotals& total = totals[packet->stream_index];
+    std::uint32_t skipStart = 0;
+    std::uint32_t discardEnd = 0;
+    size_t size = 0;
+    if (const uint8_t* skip =
+            av_packet_get_side_data(packet.get(), AV_PKT_DATA_SKIP_SAMPLES, &size);
+        skip != nullptr && size >= 10) {
+      std::memcpy(&skipStart, skip, 4);
+      std::memcpy(&discardEnd, skip + 4, 4);
+    }
+    if (total.firstTimestamp == AV_NOPTS_VALUE) {
+      total.firstTimestamp = packet->pts;
+      total.firstSkip = skipStart;
+    }
+    if (packet->pts != AV_NOPTS_VALUE) {
+      total.end = std::max(total.end, packet->pts + std::max<std::int64_t>(packet->duration, 0));
+    }
+    if (packet->flags & AV_PKT_FLAG_DISCARD) continue;
+    const std::int64_t frames = PacketFrames(*packet, *found->second) - skipStart - discardEnd;
+    total.samples += std::max<std::int64_t>(0, frames);
+  }
+  const bool ogg = IsOgg(format);
+  for (auto& facts : streams) {
+    const auto found = totals.find(facts.streamIndex);
+    if (found == totals.end()) continue;
+    const ScanTotals& total = found->second;
+    if (ogg && total.firstTimestamp != AV_NOPTS_VALUE && total.end != AV_NOPTS_VALUE) {
+      // Ogg timestamps are granule positions: sample 0 is at 0 (what comes before it is
+      // priming), and the last packet's duration is already cut to the final granule.
+      const std::int64_t first = std::max<std::int64_t>(
+          0, total.firstTimestamp +
+                 av_rescale_q(total.firstSkip, AVRational{1, facts.sampleRate}, facts.timeBase));
+      facts.origin = first;
+      facts.length = ToSamples(total.end - first, facts.timeBase, facts.sampleRate);
+      continue;
+    }
+    if (!facts.exactTimestamps || facts.origin == AV_NOPTS_VALUE) {
+      facts.origin = total.firstTimestamp;
+    }
+    facts.length = total.samples;
+  }
+}
+
+// AAC in movies often comes without a channel order ("6 channels"), and FFmpeg's decoder then
+// reports none either. Without a program configuration element, AAC's channel configurations
+// 1 to 7 fix the order; these are those orders.
+void ApplyAacChannelConfiguration(AVCodecParameters& parameters) {
+  static const std::uint64_t kConfigurations[] = {0,
+                                                  AV_CH_LAYOUT_MONO,
+                                                  AV_CH_LAYOUT_STEREO,
+                                                  AV_CH_LAYOUT_SURROUND,
+                                                  AV_CH_LAYOUT_4POINT0,
+                                                  AV_CH_LAYOUT_5POINT0_BACK,
+                                                  AV_CH_LAYOUT_5POINT1_BACK,
+                                                  0,
+                                                  AV_CH_LAYOUT_7POINT1_WIDE_BACK};
+  const int channels = parameters.ch_layout.nb_channels;
+  if (parameters.codec_id != AV_CODEC_ID_AAC || channels < 1 || channels > 8 ||
+      kConfigurations[channels] == 0) {
+    return;
+  }
+  av_channel_layout_uninit(&parameters.ch_layout);
+  av_channel_layout_from_mask(&parameters.ch_layout, kConfigurations[channels]);
+}
+
+}  // namespace
+
+std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
+  std::vector<AudioStreamFacts> streams;
+  bool needScan = false;
+  for (unsigned index = 0; index < format->nb_streams; ++index) {
+    const AVStream* stream = format->streams[index];
+    const AVCodecParameters* parameters = stream->codecpar;
+    if (parameters->codec_type != AVMEDIA_TYPE_AUDIO || parameters->sample_rate <= 0 ||
+        parameters->ch_layout.nb_channels <= 0 ||
+        avcodec_find_decoder(parameters->codec_id) == nullptr) {
+      continue;
+    }
+    AudioStreamFacts facts;
+    facts.streamIndex = static_cast<int>(index);
+    facts.parameters.reset(avcodec_parameters_alloc());
+    if (!facts.parameters || avcodec_parameters_copy(facts.parameters.get(), parameters) < 0) {
+      continue;
+    }
+    facts.timeBase = stream->time_base;
+    facts.sampleRate = parameters->sample_rate;
+    facts.channels = parameters->ch_layout.nb_channels;
+    // Ogg gives some Vorbis packets timestamps that are late by a block after a block-size
+    // switch, so Vorbis in Ogg is placed by decoded counts like any inexact time base.
+    const bool oggVorbis = parameters->codec_id == AV_CODEC_ID_VORBIS &&
+                           std::strcmp(format->iformat->name, "ogg") == 0;
+    facts.exactTimestamps =
+        facts.timeBase.num == 1 && facts.timeBase.den % facts.sampleRate == 0 && !oggVorbis;
+    facts.origin = stream->start_time;
+    facts.preroll = PrerollFor(*parameters);
+    if (parameters->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC) {
+      ApplyAacChannelConfiguration(*facts.parameters);
+    }
+    if (DeclaresExactLength(format, stream, facts)) {
+      const std::int64_t start = stream->start_time == AV_NOPTS_VALUE ? 0 : stream->start_time;
+      facts.origin = start;
+      facts.length = ToSamples(stream->duration, facts.timeBase, facts.sampleRate);
+    } else {
+      needScan = true;
+    }
+    streams.push_back(std::move(facts));
+  }
+  if (needScan) ScanPackets(format, streams);
+  for (auto& facts : streams) {
+    if (facts.origin == AV_NOPTS_VALUE) facts.origin = 0;
+  }
+  return streams;
+}
+
+CodecContextPtr OpenAudioDecoder(const AudioStreamFacts& facts) {
+  // The native Opus decoder gives float output and is the faster of the two.
+  const AVCodec* codec = facts.parameters->codec_id == AV_CODEC_ID_OPUS
+                             ? avcodec_find_decoder_by_name("opus")
+                             : nullptr;
+  if (codec == nullptr) codec = avcodec_find_decoder(facts.parameters->codec_id);
+  if (codec == nullptr) return nullptr;
+  CodecContextPtr decoder(avcodec_alloc_context3(codec));
+  if (!decoder || avcodec_parameters_to_context(decoder.get(), facts.parameters.get()) < 0) {
+    return nullptr;
+  }
+  // Skipped priming moves frame timestamps only when the decoder knows the time base.
+  decoder->pkt_timebase = facts.timeBase;
+  decoder->thread_count = 1;
+  AVDictionary* options = nullptr;
+  // AC-3 dither noise is the same after every seek only with the consistent generator.
+  if (facts.parameters->codec_id == AV_CODEC_ID_AC3 ||
+      facts.parameters->codec_id == AV_CODEC_ID_EAC3) {
+    av_dict_set(&options, "cons_noisegen", "1", 0);
+  }
+  const int opened = avcodec_open2(decoder.get(), codec, &options);
+  av_dict_free(&options);
+  if (opened < 0) return nullptr;
+  return decoder;
+}
+
+}  // namespace kiva::qt::media::ffmpeg

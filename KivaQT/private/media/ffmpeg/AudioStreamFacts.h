@@ -1,0 +1,37 @@
+// What the adapter learns about one audio stream when a file is opened: where its sample 0 is,
+// how many frames it truly has, and how its decoded samples can be placed after a seek.
+#pragma once
+
+#include "FFmpegPtr.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kiva::qt::media::ffmpeg {
+
+struct AudioStreamFacts {
+  int streamIndex = -1;
+  CodecParametersPtr parameters;  // as found at open; every decoder is made from these
+  AVRational timeBase{0, 1};
+  int sampleRate = 0;
+  int channels = 0;
+  // Packet timestamps place decoded frames exactly (the time base counts whole samples of this
+  // rate, and the format is not one whose timestamps drift). Otherwise positions come from an
+  // index of decoded sample counts, built on the first read that needs it.
+  bool exactTimestamps = false;
+  std::int64_t origin = 0;  // timestamp of sample 0, in timeBase
+  std::int64_t length = 0;  // frames of the stream's true length
+  // Frames to decode ahead of a wanted position so that the decoder's state has settled.
+  std::int64_t preroll = 0;
+};
+
+// Facts of every decodable audio stream of `format`, which must have been opened with stream
+// information. Formats that do not declare an exact length are scanned packet by packet once
+// (no decoding); the scan leaves `format` positioned at its end.
+std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format);
+
+// A decoder for a stream, opened with the options that keep its output reproducible.
+CodecContextPtr OpenAudioDecoder(const AudioStreamFacts& facts);
+
+}  // namespace kiva::qt::media::ffmpeg

@@ -1,0 +1,293 @@
+#include "AudioStreamReader.h"
+
+#include "FFmpegErrors.h"
+
+extern "C" {
+#include <libavutil/channel_layout.h>
+}
+
+#include <algorithm>
+#include <cstring>
+
+namespace kiva::qt::media::ffmpeg {
+
+namespace {
+
+// Reads that land later than wanted seek again this often, with more pre-roll each time,
+// before falling back to a decode from the start.
+constexpr int kSeekAttempts = 3;
+
+}  // namespace
+
+AudioStreamReader::AudioStreamReader(std::string path, const AudioStreamFacts& facts)
+    : path(std::move(path)), facts(facts), packet(av_packet_alloc()), frame(av_frame_alloc()) {}
+
+AudioStreamReader::~AudioStreamReader() { av_channel_layout_uninit(&converterLayout); }
+
+OSErr AudioStreamReader::Open() {
+  format.reset();
+  AVFormatContext* raw = nullptr;
+  if (const int result = avformat_open_input(&raw, path.c_str(), nullptr, nullptr); result < 0) {
+    return ToOSErr(result);
+  }
+  format.reset(raw);
+  // Formats that find their streams while reading need the same search as the first open, so
+  // that stream numbers agree.
+  if ((format->ctx_flags & AVFMTCTX_NOHEADER) != 0 ||
+      facts.streamIndex >= static_cast<int>(format->nb_streams)) {
+    if (avformat_find_stream_info(format.get(), nullptr) < 0) return kInvalidMovieErr;
+  }
+  if (facts.streamIndex >= static_cast<int>(format->nb_streams)) return kInvalidMovieErr;
+  format->max_index_size = 64 << 20;
+  for (unsigned i = 0; i < format->nb_streams; ++i) {
+    format->streams[i]->discard =
+        static_cast<int>(i) == facts.streamIndex ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+  }
+  return kNoErr;
+}
+
+OSErr AudioStreamReader::ResetDecoder() {
+  decoder = OpenAudioDecoder(facts);
+  if (!decoder || !packet || !frame) return kInvalidMovieErr;
+  pendingFrames = 0;
+  inputEnded = false;
+  decoderDrained = false;
+  lastPacketIndex = -1;
+  return kNoErr;
+}
+
+OSErr AudioStreamReader::Restart() {
+  if (const OSErr error = Open(); error != kNoErr) return error;
+  if (const OSErr error = ResetDecoder(); error != kNoErr) return error;
+  positioned = true;
+  nextFramePosition = 0;
+  discardBefore = AV_NOPTS_VALUE;
+  firstIndexPacket = 0;
+  return kNoErr;
+}
+
+OSErr AudioStreamReader::SeekTo(std::int64_t start, std::int64_t extraPreroll) {
+  const std::int64_t preroll = facts.preroll + extraPreroll;
+  if (start - preroll <= 0) return Restart();
+  std::int64_t timestamp = 0;
+  if (facts.exactTimestamps) {
+    timestamp = facts.origin + av_rescale_q_rnd(start - preroll, AVRational{1, facts.sampleRate},
+                                                facts.timeBase, AV_ROUND_DOWN);
+  } else {
+    if (!indexBuilt) {
+      if (const OSErr error = BuildIndex(); error != kNoErr) return error;
+    }
+    // The packet holding `start`, then back by the pre-roll.
+    std::size_t j =
+        static_cast<std::size_t>(std::upper_bound(index.begin(), index.end(), start,
+                                                  [](std::int64_t value, const IndexEntry& entry) {
+                                                    return value < entry.end;
+                                                  }) -
+                                 index.begin());
+    if (j >= index.size()) return Restart();
+    while (j > 0 && start - index[j - 1].end < preroll) --j;
+    if (j == 0 || index[j].timestamp == AV_NOPTS_VALUE || index[j].position < 0) return Restart();
+    firstIndexPacket = j;
+    timestamp = index[j].timestamp;
+  }
+  if (!format) {
+    if (const OSErr error = Open(); error != kNoErr) return error;
+  }
+  if (av_seek_frame(format.get(), facts.streamIndex, timestamp, AVSEEK_FLAG_BACKWARD) < 0) {
+    return Restart();
+  }
+  if (const OSErr error = ResetDecoder(); error != kNoErr) return error;
+  positioned = false;
+  discardBefore = facts.exactTimestamps ? timestamp : AV_NOPTS_VALUE;
+  return kNoErr;
+}
+
+OSErr AudioStreamReader::ReadPacket() {
+  while (true) {
+    const int result = av_read_frame(format.get(), packet.get());
+    if (result < 0) {
+      // End of input (or an unreadable rest, which a sequential decode stops at too): drain.
+      inputEnded = true;
+      avcodec_send_packet(decoder.get(), nullptr);
+      return kNoErr;
+    }
+    PacketReference unref(packet.get());
+    if (packet->stream_index != facts.streamIndex) continue;
+    if (discardBefore != AV_NOPTS_VALUE && packet->pts != AV_NOPTS_VALUE &&
+        packet->pts + std::max<std::int64_t>(packet->duration, 0) <= discardBefore) {
+      continue;  // wholly before the pre-roll: not worth decoding
+    }
+    if (indexBuilt && !positioned) {
+      const auto found = indexByPosition.find(packet->pos);
+      if (found == indexByPosition.end()) return kInvalidMovieErr;  // lost: caller restarts
+      if (found->second < firstIndexPacket) continue;
+      lastPacketIndex = static_cast<std::int64_t>(found->second);
+    }
+    // A damaged packet is skipped, as a sequential decode skips it.
+    avcodec_send_packet(decoder.get(), packet.get());
+    return kNoErr;
+  }
+}
+
+std::int64_t AudioStreamReader::FramePosition(const AVFrame& decoded) const {
+  if (facts.exactTimestamps) {
+    const std::int64_t timestamp =
+        decoded.pts != AV_NOPTS_VALUE ? decoded.pts : decoded.best_effort_timestamp;
+    if (timestamp == AV_NOPTS_VALUE) return -1;
+    return av_rescale_q_rnd(timestamp - facts.origin, facts.timeBase,
+                            AVRational{1, facts.sampleRate}, AV_ROUND_NEAR_INF);
+  }
+  // A frame ends where its packet's output ends in a sequential decode.
+  if (lastPacketIndex < 0) return -1;
+  return index[static_cast<std::size_t>(lastPacketIndex)].end - decoded.nb_samples;
+}
+
+OSErr AudioStreamReader::DecodeNext(bool& ended) {
+  ended = false;
+  while (true) {
+    const int result = avcodec_receive_frame(decoder.get(), frame.get());
+    if (result == 0) {
+      if (!positioned) {
+        const std::int64_t position = FramePosition(*frame);
+        if (position < 0) {
+          av_frame_unref(frame.get());
+          return kInvalidMovieErr;
+        }
+        positioned = true;
+        nextFramePosition = position;
+      }
+      const OSErr error = Convert(*frame);
+      av_frame_unref(frame.get());
+      if (error != kNoErr) return error;
+      pendingStart = nextFramePosition;
+      nextFramePosition += pendingFrames;
+      return kNoErr;
+    }
+    if (result == AVERROR_EOF || (result != AVERROR(EAGAIN) && inputEnded)) {
+      decoderDrained = true;
+      ended = true;
+      return kNoErr;
+    }
+    if (inputEnded) {
+      ended = true;
+      return kNoErr;
+    }
+    if (const OSErr error = ReadPacket(); error != kNoErr) return error;
+  }
+}
+
+OSErr AudioStreamReader::Convert(const AVFrame& decoded) {
+  if (!converter || decoded.format != converterFormat ||
+      av_channel_layout_compare(&decoded.ch_layout, &converterLayout) != 0) {
+    SwrContext* raw = nullptr;
+    // The same layout on both sides: only the sample format changes, nothing is remixed.
+    // (swr_alloc_set_opts2 only reads the layouts it is given.)
+    auto* layout = const_cast<AVChannelLayout*>(&decoded.ch_layout);
+    if (swr_alloc_set_opts2(&raw, layout, AV_SAMPLE_FMT_FLTP, decoded.sample_rate, layout,
+                            static_cast<AVSampleFormat>(decoded.format), decoded.sample_rate, 0,
+                            nullptr) < 0) {
+      return kMemFullErr;
+    }
+    converter.reset(raw);
+    if (swr_init(converter.get()) < 0) return kInvalidMovieErr;
+    converterFormat = decoded.format;
+    av_channel_layout_uninit(&converterLayout);
+    av_channel_layout_copy(&converterLayout, &decoded.ch_layout);
+  }
+  const int decodedChannels = decoded.ch_layout.nb_channels;
+  const std::size_t channels = static_cast<std::size_t>(std::max(decodedChannels, facts.channels));
+  pending.resize(channels);
+  std::vector<std::uint8_t*> planes(static_cast<std::size_t>(decodedChannels));
+  for (std::size_t c = 0; c < channels; ++c) {
+    pending[c].assign(static_cast<std::size_t>(decoded.nb_samples), 0.0f);
+    if (c < planes.size()) planes[c] = reinterpret_cast<std::uint8_t*>(pending[c].data());
+  }
+  const int converted =
+      swr_convert(converter.get(), planes.data(), decoded.nb_samples,
+                  const_cast<const std::uint8_t**>(decoded.extended_data), decoded.nb_samples);
+  if (converted < 0) return kInvalidMovieErr;
+  pendingFrames = converted;
+  return kNoErr;
+}
+
+OSErr AudioStreamReader::BuildIndex() {
+  index.clear();
+  indexByPosition.clear();
+  if (const OSErr error = Restart(); error != kNoErr) return error;
+  std::int64_t decodedFrames = 0;
+  while (true) {
+    const int result = av_read_frame(format.get(), packet.get());
+    const bool atEnd = result < 0;
+    if (!atEnd) {
+      PacketReference unref(packet.get());
+      if (packet->stream_index != facts.streamIndex) continue;
+      index.push_back(IndexEntry{packet->pos, packet->pts, decodedFrames});
+      avcodec_send_packet(decoder.get(), packet.get());
+    } else {
+      avcodec_send_packet(decoder.get(), nullptr);
+    }
+    while (avcodec_receive_frame(decoder.get(), frame.get()) == 0) {
+      decodedFrames += frame->nb_samples;
+      av_frame_unref(frame.get());
+    }
+    // Frames that come out late, or only when draining, belong to the packet sent last.
+    if (!index.empty()) index.back().end = decodedFrames;
+    if (atEnd) break;
+  }
+  for (std::size_t i = 0; i < index.size(); ++i) {
+    if (index[i].position >= 0) indexByPosition.emplace(index[i].position, i);
+  }
+  indexBuilt = true;
+  positioned = false;
+  return kNoErr;
+}
+
+OSErr AudioStreamReader::Read(std::int64_t start, std::int64_t count,
+                              const std::vector<float*>& out) {
+  for (float* channel : out) {
+    if (channel != nullptr) std::fill(channel, channel + count, 0.0f);
+  }
+  const std::int64_t wantEnd = std::min(start + count, facts.length);
+  if (wantEnd <= start) return kNoErr;
+
+  const bool inPending = positioned && pendingFrames > 0 && start >= pendingStart &&
+                         start < pendingStart + pendingFrames;
+  const bool continues = positioned && start == nextFramePosition;
+  int attempts = 0;
+  if (!format || (!inPending && !continues)) {
+    if (const OSErr error = SeekTo(start, 0); error != kNoErr) return error;
+  }
+  std::int64_t cursor = start;
+  while (cursor < wantEnd) {
+    if (pendingFrames > 0 && cursor >= pendingStart && cursor < pendingStart + pendingFrames) {
+      const std::int64_t offset = cursor - pendingStart;
+      const std::int64_t frames = std::min(pendingStart + pendingFrames, wantEnd) - cursor;
+      for (std::size_t c = 0; c < out.size(); ++c) {
+        if (out[c] == nullptr || c >= pending.size()) continue;
+        std::memcpy(out[c] + (cursor - start), pending[c].data() + offset,
+                    static_cast<std::size_t>(frames) * sizeof(float));
+      }
+      cursor += frames;
+      continue;
+    }
+    if (pendingFrames > 0 && pendingStart > cursor) {
+      // The seek landed after the wanted position: go further back, or decode from the start.
+      const OSErr error = ++attempts < kSeekAttempts
+                              ? SeekTo(cursor, (facts.preroll + facts.sampleRate) << attempts)
+                              : Restart();
+      if (error != kNoErr) return error;
+      continue;
+    }
+    bool ended = false;
+    if (const OSErr error = DecodeNext(ended); error != kNoErr) {
+      // Lost track of where the decoder is: a decode from the start always knows.
+      if (attempts++ >= kSeekAttempts) return error;
+      if (const OSErr restart = Restart(); restart != kNoErr) return restart;
+      continue;
+    }
+    if (ended) break;
+  }
+  return kNoErr;
+}
+
+}  // namespace kiva::qt::media::ffmpeg

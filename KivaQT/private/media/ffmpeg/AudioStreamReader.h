@@ -1,0 +1,86 @@
+// Sample-accurate reading of one audio stream at its own rate, as float per channel.
+//
+// Sample 0 is the first sample a freshly opened decoder gives in a sequential decode. A read
+// that continues where the last one ended decodes on; any other read seeks back far enough for
+// the codec's pre-roll, decodes forward with a fresh decoder and drops what lies before the
+// wanted position, which it finds from the frame timestamps where they count samples exactly,
+// and otherwise from an index of decoded sample counts made by one full decode the first time
+// it is needed.
+#pragma once
+
+#include "AudioStreamFacts.h"
+#include "FFmpegPtr.h"
+
+#include "../MediaStatus.h"
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace kiva::qt::media::ffmpeg {
+
+class AudioStreamReader {
+ public:
+  // `facts` must outlive the reader.
+  AudioStreamReader(std::string path, const AudioStreamFacts& facts);
+  ~AudioStreamReader();
+  AudioStreamReader(const AudioStreamReader&) = delete;
+  AudioStreamReader& operator=(const AudioStreamReader&) = delete;
+
+  int Channels() const { return facts.channels; }
+  int SampleRate() const { return facts.sampleRate; }
+  std::int64_t Length() const { return facts.length; }
+
+  // Writes frames [start, start + count) of each channel to out[c][0 .. count); null entries
+  // are skipped. Frames the stream does not have are zeros.
+  OSErr Read(std::int64_t start, std::int64_t count, const std::vector<float*>& out);
+
+ private:
+  struct IndexEntry {
+    std::int64_t position = -1;  // byte position of the packet, -1 when unknown
+    std::int64_t timestamp = AV_NOPTS_VALUE;
+    std::int64_t end = 0;  // decoded frames up to and including this packet
+  };
+
+  OSErr Open();
+  OSErr ResetDecoder();
+  OSErr Restart();
+  OSErr SeekTo(std::int64_t start, std::int64_t extraPreroll);
+  // Decodes the next frame into `pending`. `ended` when the stream has no more.
+  OSErr DecodeNext(bool& ended);
+  // Sends the next packet of the stream to the decoder (or the drain request at the end).
+  OSErr ReadPacket();
+  OSErr Convert(const AVFrame& decoded);
+  OSErr BuildIndex();
+  std::int64_t FramePosition(const AVFrame& decoded) const;
+
+  std::string path;
+  const AudioStreamFacts& facts;
+  FormatContextPtr format;
+  CodecContextPtr decoder;
+  SwrContextPtr converter;
+  AVChannelLayout converterLayout{};
+  int converterFormat = -1;
+  PacketPtr packet;
+  FramePtr frame;
+
+  std::vector<std::vector<float>> pending;  // decoded, not yet consumed
+  std::int64_t pendingStart = 0;
+  std::int64_t pendingFrames = 0;
+  bool positioned = false;  // pending/next positions are known
+  std::int64_t nextFramePosition = 0;
+  std::int64_t readEnd = -1;  // where the last read ended
+  std::int64_t discardBefore = AV_NOPTS_VALUE;
+  bool inputEnded = false;
+  bool decoderDrained = false;
+
+  // Index of decoded counts, for streams whose timestamps do not place frames exactly.
+  std::vector<IndexEntry> index;
+  std::unordered_map<std::int64_t, std::size_t> indexByPosition;
+  bool indexBuilt = false;
+  std::size_t firstIndexPacket = 0;   // index entries before this one are dropped undecoded
+  std::int64_t lastPacketIndex = -1;  // index entry of the packet last sent to the decoder
+};
+
+}  // namespace kiva::qt::media::ffmpeg

@@ -1,0 +1,292 @@
+#include "FFmpegMovie.h"
+
+#include "FFmpegAudioExtraction.h"
+#include "FFmpegChannelLayout.h"
+#include "FFmpegErrors.h"
+#include "FFmpegFormatCodes.h"
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+#include <algorithm>
+#include <cmath>
+
+namespace kiva::qt::media::ffmpeg {
+
+namespace {
+
+bool IsPcm(AVCodecID id) { return id >= AV_CODEC_ID_PCM_S16LE && id < AV_CODEC_ID_ADPCM_IMA_QT; }
+
+std::string Describe(const AVCodecParameters& parameters) {
+  const AVCodecDescriptor* descriptor = avcodec_descriptor_get(parameters.codec_id);
+  std::string text = descriptor != nullptr ? descriptor->name : "unknown";
+  if (parameters.codec_type == AVMEDIA_TYPE_AUDIO) {
+    char layout[64] = "";
+    av_channel_layout_describe(&parameters.ch_layout, layout, sizeof layout);
+    text += ", " + std::to_string(parameters.sample_rate) + " Hz, " + layout;
+  } else if (parameters.codec_type == AVMEDIA_TYPE_VIDEO) {
+    const char* pixels = av_get_pix_fmt_name(static_cast<AVPixelFormat>(parameters.format));
+    text += ", " + std::to_string(parameters.width) + "x" + std::to_string(parameters.height);
+    if (pixels != nullptr) text += std::string(", ") + pixels;
+  }
+  return text;
+}
+
+AudioStreamBasicDescription StreamDescriptionOf(const AVCodecParameters& parameters,
+                                                std::uint32_t formatCode) {
+  AudioStreamBasicDescription description;
+  description.mSampleRate = parameters.sample_rate;
+  description.mChannelsPerFrame = static_cast<std::uint32_t>(parameters.ch_layout.nb_channels);
+  if (IsPcm(parameters.codec_id)) {
+    const int bits = av_get_bits_per_sample(parameters.codec_id);
+    const AVCodecDescriptor* descriptor = avcodec_descriptor_get(parameters.codec_id);
+    const std::string name = descriptor != nullptr ? descriptor->name : "";
+    description.mFormatID = kAudioFormatLinearPCM;
+    description.mFormatFlags = kAudioFormatFlagIsPacked;
+    if (name.find("pcm_f") == 0) {
+      description.mFormatFlags |= kAudioFormatFlagIsFloat;
+    } else if (name.find("pcm_s") == 0) {
+      description.mFormatFlags |= kAudioFormatFlagIsSignedInteger;
+    }
+    if (name.size() > 2 && name.compare(name.size() - 2, 2, "be") == 0) {
+      description.mFormatFlags |= kAudioFormatFlagIsBigEndian;
+    }
+    description.mBitsPerChannel = static_cast<std::uint32_t>(bits);
+    description.mFramesPerPacket = 1;
+    description.mBytesPerFrame =
+        description.mChannelsPerFrame * static_cast<std::uint32_t>(bits) / 8;
+    description.mBytesPerPacket = description.mBytesPerFrame;
+  } else {
+    description.mFormatID = formatCode;
+    description.mFramesPerPacket = static_cast<std::uint32_t>(std::max(parameters.frame_size, 0));
+  }
+  return description;
+}
+
+class SoundTrack final : public Track {
+ public:
+  SoundTrack(const AVStream& stream, const AudioStreamFacts* facts, std::int64_t offset,
+             const std::int32_t& movieScale)
+      : movieScale(movieScale), facts(facts), offset(offset) {
+    // The facts hold what the study learned beyond the container (the decoder's layout).
+    const AVCodecParameters& parameters = facts != nullptr ? *facts->parameters : *stream.codecpar;
+    sound.formatCode = FormatCodeOf(parameters.codec_id);
+    sound.userReadableText = Describe(parameters);
+    if (facts != nullptr) {
+      sound.streamDescription = StreamDescriptionOf(parameters, sound.formatCode);
+      AudioChannelLayout layout;
+      if (ToAudioChannelLayout(parameters.ch_layout, layout)) sound.channelLayout = layout;
+    }
+    mediaScale = facts != nullptr ? facts->sampleRate : std::max(parameters.sample_rate, 1);
+  }
+  std::uint32_t GetMediaType() const override { return kSoundMediaType; }
+  // Rounded up so that duration / scale * rate, truncated, gives back the exact frame count
+  // whenever the movie's scale is at least the rate.
+  std::int64_t GetDuration() const override {
+    if (facts == nullptr) return 0;
+    return av_rescale_rnd(offset + facts->length, movieScale, facts->sampleRate, AV_ROUND_UP);
+  }
+  std::int32_t GetMediaTimeScale() const override { return mediaScale; }
+  std::int64_t GetMediaDisplayDuration() const override {
+    return facts != nullptr ? facts->length : 0;
+  }
+  std::int64_t GetMediaSampleCount() const override { return GetMediaDisplayDuration(); }
+  SoundDescription GetSoundDescription() const override { return sound; }
+  ImageDescription GetImageDescription() const override { return {}; }
+
+ private:
+  const std::int32_t& movieScale;
+  const AudioStreamFacts* facts;
+  std::int64_t offset;
+  std::int32_t mediaScale = 1;
+  SoundDescription sound;
+};
+
+class VideoTrack final : public Track {
+ public:
+  VideoTrack(const AVFormatContext& format, const AVStream& stream, const std::int32_t& movieScale)
+      : movieScale(movieScale) {
+    const AVCodecParameters& parameters = *stream.codecpar;
+    // The media's time scale counts whole ticks of the stream's time base.
+    mediaScale = stream.time_base.num == 1
+                     ? stream.time_base.den
+                     : static_cast<std::int32_t>(std::lround(av_q2d(av_inv_q(stream.time_base))));
+    if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0) {
+      displayDuration = av_rescale_q(stream.duration, stream.time_base, AVRational{1, mediaScale});
+    } else if (format.duration != AV_NOPTS_VALUE && format.duration > 0) {
+      displayDuration = av_rescale_q(format.duration, AV_TIME_BASE_Q, AVRational{1, mediaScale});
+    }
+    sampleCount = stream.nb_frames;
+    if (sampleCount <= 0 && stream.avg_frame_rate.num > 0 && displayDuration > 0) {
+      sampleCount =
+          av_rescale_q(displayDuration, AVRational{1, mediaScale}, av_inv_q(stream.avg_frame_rate));
+    }
+    seconds = displayDuration > 0 ? static_cast<double>(displayDuration) / mediaScale : 0.0;
+    image.codecType = FormatCodeOf(parameters.codec_id);
+    if (const AVCodecDescriptor* descriptor = avcodec_descriptor_get(parameters.codec_id)) {
+      image.codecName = descriptor->long_name != nullptr ? descriptor->long_name : "";
+    }
+    image.summary = Describe(parameters);
+    if (parameters.sample_aspect_ratio.num > 0 && parameters.sample_aspect_ratio.den > 0) {
+      image.pixelAspectRatio =
+          std::make_pair(static_cast<std::uint32_t>(parameters.sample_aspect_ratio.num),
+                         static_cast<std::uint32_t>(parameters.sample_aspect_ratio.den));
+    }
+  }
+  std::uint32_t GetMediaType() const override { return kVideoMediaType; }
+  std::int64_t GetDuration() const override { return std::llround(seconds * movieScale); }
+  std::int32_t GetMediaTimeScale() const override { return mediaScale; }
+  std::int64_t GetMediaDisplayDuration() const override { return displayDuration; }
+  std::int64_t GetMediaSampleCount() const override { return sampleCount; }
+  SoundDescription GetSoundDescription() const override { return {}; }
+  ImageDescription GetImageDescription() const override { return image; }
+
+ private:
+  const std::int32_t& movieScale;
+  std::int32_t mediaScale = 600;
+  std::int64_t displayDuration = 0;
+  std::int64_t sampleCount = 0;
+  double seconds = 0;
+  ImageDescription image;
+};
+
+class OtherTrack final : public Track {
+ public:
+  explicit OtherTrack(std::uint32_t type) : type(type) {}
+  std::uint32_t GetMediaType() const override { return type; }
+  std::int64_t GetDuration() const override { return 0; }
+  std::int32_t GetMediaTimeScale() const override { return 1000; }
+  std::int64_t GetMediaDisplayDuration() const override { return 0; }
+  std::int64_t GetMediaSampleCount() const override { return 0; }
+  SoundDescription GetSoundDescription() const override { return {}; }
+  ImageDescription GetImageDescription() const override { return {}; }
+
+ private:
+  std::uint32_t type;
+};
+
+bool IsCoverArt(const AVStream& stream) {
+  return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+}
+
+// The smallest power of two at or above every rate: then a duration rounded up in that scale
+// converts back to exactly the frame count.
+std::int32_t AudioExactScale(const std::vector<AudioStreamFacts>& audio) {
+  std::int32_t scale = 600;
+  int highest = 0;
+  for (const auto& facts : audio) highest = std::max(highest, facts.sampleRate);
+  if (highest > 0) {
+    scale = 1;
+    while (scale < highest) scale <<= 1;
+  }
+  return scale;
+}
+
+}  // namespace
+
+OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) {
+  AVFormatContext* raw = nullptr;
+  if (const int result = avformat_open_input(&raw, path.c_str(), nullptr, nullptr); result < 0) {
+    return ToOSErr(result);
+  }
+  FormatContextPtr format(raw);
+  if (avformat_find_stream_info(format.get(), nullptr) < 0) return kInvalidMovieErr;
+
+  std::unique_ptr<FFmpegMovie> opened(new FFmpegMovie());
+  opened->path = path;
+  opened->audio = std::make_shared<std::vector<AudioStreamFacts>>(StudyAudioStreams(format.get()));
+  opened->timeScale = AudioExactScale(*opened->audio);
+
+  // The movie's timeline starts at its earliest sound or picture.
+  bool hasMedia = false;
+  bool decodable = !opened->audio->empty();
+  double origin = 0;
+  bool originSet = false;
+  const auto consider = [&](double start) {
+    if (!originSet || start < origin) origin = start;
+    originSet = true;
+  };
+  for (const auto& facts : *opened->audio) {
+    consider(static_cast<double>(facts.origin) * av_q2d(facts.timeBase));
+  }
+  for (unsigned i = 0; i < format->nb_streams; ++i) {
+    const AVStream& stream = *format->streams[i];
+    const auto type = stream.codecpar->codec_type;
+    if (IsCoverArt(stream)) continue;
+    if (type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_VIDEO) hasMedia = true;
+    if (type == AVMEDIA_TYPE_VIDEO && avcodec_find_decoder(stream.codecpar->codec_id)) {
+      decodable = true;
+      if (stream.start_time != AV_NOPTS_VALUE) {
+        consider(static_cast<double>(stream.start_time) * av_q2d(stream.time_base));
+      }
+    }
+  }
+  if (hasMedia && !decodable) return kInvalidMovieErr;
+
+  for (const auto& facts : *opened->audio) {
+    const double start = static_cast<double>(facts.origin) * av_q2d(facts.timeBase);
+    opened->audioOffsets.push_back(
+        std::max<std::int64_t>(0, std::llround((start - origin) * facts.sampleRate)));
+  }
+  // Sound tracks first, including those without a decoder (they describe nothing).
+  for (unsigned i = 0; i < format->nb_streams; ++i) {
+    const AVStream& stream = *format->streams[i];
+    if (stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
+    const AudioStreamFacts* facts = nullptr;
+    std::int64_t offset = 0;
+    for (std::size_t a = 0; a < opened->audio->size(); ++a) {
+      if ((*opened->audio)[a].streamIndex == static_cast<int>(i)) {
+        facts = &(*opened->audio)[a];
+        offset = opened->audioOffsets[a];
+      }
+    }
+    opened->tracks.push_back(
+        std::make_unique<SoundTrack>(stream, facts, offset, opened->timeScale));
+  }
+  for (unsigned i = 0; i < format->nb_streams; ++i) {
+    const AVStream& stream = *format->streams[i];
+    if (stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO || IsCoverArt(stream)) continue;
+    if (opened->box.right == 0 && stream.codecpar->width > 0) {
+      const AVRational aspect = stream.codecpar->sample_aspect_ratio;
+      const double widen = aspect.num > 0 && aspect.den > 0 ? av_q2d(aspect) : 1.0;
+      opened->box.bottom = stream.codecpar->height;
+      opened->box.right = static_cast<std::int32_t>(std::lround(stream.codecpar->width * widen));
+    }
+    opened->tracks.push_back(std::make_unique<VideoTrack>(*format, stream, opened->timeScale));
+  }
+  for (unsigned i = 0; i < format->nb_streams; ++i) {
+    const AVStream& stream = *format->streams[i];
+    const auto type = stream.codecpar->codec_type;
+    if (type == AVMEDIA_TYPE_AUDIO || (type == AVMEDIA_TYPE_VIDEO && !IsCoverArt(stream))) {
+      continue;
+    }
+    opened->tracks.push_back(std::make_unique<OtherTrack>(
+        type == AVMEDIA_TYPE_SUBTITLE ? FourCharCode("text") : FourCharCode("meta")));
+  }
+  movie = std::move(opened);
+  return kNoErr;
+}
+
+void FFmpegMovie::SetTimeScale(std::int32_t scale) {
+  if (scale > 0) timeScale = scale;
+}
+
+const Track* FFmpegMovie::GetTrack(std::int32_t index) const {
+  if (index < 1 || index > GetTrackCount()) return nullptr;
+  return tracks[static_cast<std::size_t>(index - 1)].get();
+}
+
+OSErr FFmpegMovie::BeginAudioExtraction(std::unique_ptr<AudioExtraction>& session) {
+  if (audio->empty()) return kInvalidMovieErr;
+  std::vector<TimelineTrack> timeline;
+  for (std::size_t a = 0; a < audio->size(); ++a) {
+    timeline.push_back(TimelineTrack{&(*audio)[a], audioOffsets[a]});
+  }
+  // The session runs at the rate of the last sound track, the rate the movie reports.
+  const int rate = audio->back().sampleRate;
+  session = std::make_unique<FFmpegAudioExtraction>(path, audio, timeline, rate);
+  return kNoErr;
+}
+
+}  // namespace kiva::qt::media::ffmpeg

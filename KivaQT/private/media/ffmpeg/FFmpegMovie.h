@@ -1,0 +1,40 @@
+// A movie over an FFmpeg demuxer. Tracks are listed sound first (in stream order), then video,
+// then the rest, so that the movie's time scale is still the audio-exact one while sound track
+// durations are read. Cover art (an attached picture) is not a track.
+#pragma once
+
+#include "AudioStreamFacts.h"
+#include "FFmpegPtr.h"
+
+#include "../Movie.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kiva::qt::media::ffmpeg {
+
+class FFmpegMovie final : public Movie {
+ public:
+  static OSErr Open(const std::string& path, std::unique_ptr<Movie>& movie);
+
+  std::int32_t GetTimeScale() const override { return timeScale; }
+  void SetTimeScale(std::int32_t scale) override;
+  std::int32_t GetTrackCount() const override { return static_cast<std::int32_t>(tracks.size()); }
+  const Track* GetTrack(std::int32_t index) const override;
+  Rect GetBox() const override { return box; }
+  OSErr BeginAudioExtraction(std::unique_ptr<AudioExtraction>& session) override;
+
+ private:
+  FFmpegMovie() = default;
+
+  std::string path;
+  // Shared with the extraction sessions, whose readers refer to it.
+  std::shared_ptr<std::vector<AudioStreamFacts>> audio;
+  std::vector<std::int64_t> audioOffsets;  // per audio facts entry, at its own rate
+  std::vector<std::unique_ptr<Track>> tracks;
+  std::int32_t timeScale = 600;
+  Rect box;
+};
+
+}  // namespace kiva::qt::media::ffmpeg
