@@ -10,6 +10,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -44,7 +45,7 @@ int main(int argc, char** argv) {
       ->check(CLI::NonNegativeNumber);
 
   std::string samplePath = KIVAHOST_DEMO_SAMPLE;
-  std::string outputDirectory = ".";
+  std::string outputDirectory = std::filesystem::path(samplePath).parent_path().string();
   CLI::App* demo = cli.add_subcommand("demo", "run the plug-in on the sample the build made");
   demo->add_option("--sample", samplePath, "the movie to use")->capture_default_str();
   demo->add_option("--output-directory", outputDirectory, "where the demo writes its results")

@@ -86,7 +86,9 @@ OSErr AudioStreamReader::SeekTo(std::int64_t start, std::int64_t extraPreroll) {
                                  index.begin());
     if (j >= index.size()) return Restart();
     while (j > 0 && start - index[j - 1].end < preroll) --j;
-    if (j == 0 || index[j].timestamp == AV_NOPTS_VALUE || index[j].position < 0) return Restart();
+    if (j == 0 || index[j].timestamp == AV_NOPTS_VALUE || index[j].key.position < 0) {
+      return Restart();
+    }
     firstIndexPacket = j;
     timestamp = index[j].timestamp;
   }
@@ -99,7 +101,15 @@ OSErr AudioStreamReader::SeekTo(std::int64_t start, std::int64_t extraPreroll) {
   if (const OSErr error = ResetDecoder(); error != kNoErr) return error;
   positioned = false;
   discardBefore = facts.exactTimestamps ? timestamp : AV_NOPTS_VALUE;
+  lastKey = PacketKey{};
   return kNoErr;
+}
+
+AudioStreamReader::PacketKey AudioStreamReader::KeyOf(const AVPacket& read) {
+  PacketKey key{read.pos, 0};
+  if (read.pos >= 0 && read.pos == lastKey.position) key.ordinal = lastKey.ordinal + 1;
+  lastKey = key;
+  return key;
 }
 
 OSErr AudioStreamReader::ReadPacket() {
@@ -118,8 +128,8 @@ OSErr AudioStreamReader::ReadPacket() {
       continue;  // wholly before the pre-roll: not worth decoding
     }
     if (indexBuilt && !positioned) {
-      const auto found = indexByPosition.find(packet->pos);
-      if (found == indexByPosition.end()) return kInvalidMovieErr;  // lost: caller restarts
+      const auto found = indexByKey.find(KeyOf(*packet));
+      if (found == indexByKey.end()) return kInvalidMovieErr;  // lost: caller restarts
       if (found->second < firstIndexPacket) continue;
       lastPacketIndex = static_cast<std::int64_t>(found->second);
     }
@@ -212,8 +222,9 @@ OSErr AudioStreamReader::Convert(const AVFrame& decoded) {
 
 OSErr AudioStreamReader::BuildIndex() {
   index.clear();
-  indexByPosition.clear();
+  indexByKey.clear();
   if (const OSErr error = Restart(); error != kNoErr) return error;
+  lastKey = PacketKey{};
   std::int64_t decodedFrames = 0;
   while (true) {
     const int result = av_read_frame(format.get(), packet.get());
@@ -221,7 +232,7 @@ OSErr AudioStreamReader::BuildIndex() {
     if (!atEnd) {
       PacketReference unref(packet.get());
       if (packet->stream_index != facts.streamIndex) continue;
-      index.push_back(IndexEntry{packet->pos, packet->pts, decodedFrames});
+      index.push_back(IndexEntry{KeyOf(*packet), packet->pts, decodedFrames});
       avcodec_send_packet(decoder.get(), packet.get());
     } else {
       avcodec_send_packet(decoder.get(), nullptr);
@@ -235,7 +246,7 @@ OSErr AudioStreamReader::BuildIndex() {
     if (atEnd) break;
   }
   for (std::size_t i = 0; i < index.size(); ++i) {
-    if (index[i].position >= 0) indexByPosition.emplace(index[i].position, i);
+    if (index[i].key.position >= 0) indexByKey.emplace(index[i].key, i);
   }
   indexBuilt = true;
   positioned = false;

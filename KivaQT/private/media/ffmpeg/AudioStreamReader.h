@@ -37,8 +37,20 @@ class AudioStreamReader {
   OSErr Read(std::int64_t start, std::int64_t count, const std::vector<float*>& out);
 
  private:
+  // Packets are recognised by their byte position and, as several packets can share one (Ogg
+  // pages), by their order among the packets at that position.
+  struct PacketKey {
+    std::int64_t position = -1;
+    std::int64_t ordinal = 0;
+    bool operator==(const PacketKey&) const = default;
+  };
+  struct PacketKeyHash {
+    std::size_t operator()(const PacketKey& key) const {
+      return std::hash<std::int64_t>()(key.position * 1031 + key.ordinal);
+    }
+  };
   struct IndexEntry {
-    std::int64_t position = -1;  // byte position of the packet, -1 when unknown
+    PacketKey key;  // key.position is -1 when unknown
     std::int64_t timestamp = AV_NOPTS_VALUE;
     std::int64_t end = 0;  // decoded frames up to and including this packet
   };
@@ -77,7 +89,10 @@ class AudioStreamReader {
 
   // Index of decoded counts, for streams whose timestamps do not place frames exactly.
   std::vector<IndexEntry> index;
-  std::unordered_map<std::int64_t, std::size_t> indexByPosition;
+  // The key of a packet just read; packets must be passed in reading order.
+  PacketKey KeyOf(const AVPacket& read);
+  std::unordered_map<PacketKey, std::size_t, PacketKeyHash> indexByKey;
+  PacketKey lastKey;  // of the packet read last, to number packets sharing a position
   bool indexBuilt = false;
   std::size_t firstIndexPacket = 0;   // index entries before this one are dropped undecoded
   std::int64_t lastPacketIndex = -1;  // index entry of the packet last sent to the decoder

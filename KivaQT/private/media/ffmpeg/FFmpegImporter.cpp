@@ -95,6 +95,18 @@ FileTypes FileTypesOf(const AVInputFormat* demuxer, const MimeDatabase& mimeData
 
 }  // namespace
 
+bool ReadsSoundOrMovies(const AVInputFormat* demuxer, const MimeDatabase& mimeDatabase) {
+  const FileTypes types = FileTypesOf(demuxer, mimeDatabase);
+  std::vector<std::string> known = types.mimeTypes;
+  for (const auto& extension : SplitList(demuxer->extensions)) {
+    for (const auto& type : mimeDatabase.AllTypesForExtension(extension)) AddUnique(known, type);
+  }
+  if (known.empty()) return true;
+  return std::any_of(known.begin(), known.end(), [](const std::string& type) {
+    return type.rfind("audio/", 0) == 0 || type.rfind("video/", 0) == 0;
+  });
+}
+
 std::uint32_t SubTypeForDemuxerName(const char* name) {
   std::uint32_t subType = 0;
   bool ended = name == nullptr;

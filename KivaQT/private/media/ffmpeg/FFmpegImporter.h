@@ -32,6 +32,10 @@ class FFmpegImporter final : public Component {
 // gives one of those types (so the Ogg reader also takes .oga and .opus).
 std::vector<std::shared_ptr<Component>> MakeImporters(const MimeDatabase& mimeDatabase);
 
+// False for demuxers whose file types are known and are all pictures or text (ASCII art, image
+// sequences): such files are not movies here, though FFmpeg can show them as video.
+bool ReadsSoundOrMovies(const AVInputFormat* demuxer, const MimeDatabase& mimeDatabase);
+
 // The subtype of a demuxer's importer: the first four characters of its first name, padded
 // with blanks ("matroska,webm" -> 'matr', "aac" -> 'aac ').
 std::uint32_t SubTypeForDemuxerName(const char* name);

@@ -4,6 +4,8 @@
 #include "FFmpegChannelLayout.h"
 #include "FFmpegErrors.h"
 #include "FFmpegFormatCodes.h"
+#include "FFmpegImporter.h"
+#include "MimeDatabase.h"
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -191,6 +193,7 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
     return ToOSErr(result);
   }
   FormatContextPtr format(raw);
+  if (!ReadsSoundOrMovies(format->iformat, MimeDatabase::System())) return kInvalidMovieErr;
   if (avformat_find_stream_info(format.get(), nullptr) < 0) return kInvalidMovieErr;
 
   std::unique_ptr<FFmpegMovie> opened(new FFmpegMovie());

@@ -1,0 +1,225 @@
+// Reading real files through the plug-in: lengths, labels, sequential decode against the
+// ffmpeg command's own decode, and random reads against the sequential decode.
+
+#include "HostRecords.h"
+#include "KivaQTInterface.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Channels = std::vector<std::vector<float>>;
+
+const std::string kFixtures = KIVA_FIXTURES;
+
+// The interface as a host drives it, in this process.
+class OpenedSource {
+ public:
+  explicit OpenedSource(const std::string& path) : open(path) {
+    status = kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open);
+    if (status == 0) {
+      EXPECT_EQ(kivaInterface.EntryPoint(kiva::kSelGetFormat, open.source, &format), 0);
+    }
+  }
+  ~OpenedSource() {
+    if (status == 0) kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
+  }
+  int Read(std::int64_t start, std::int64_t frames, Channels& out) {
+    std::vector<float*> buffers;
+    for (auto& channel : out) {
+      channel.assign(static_cast<std::size_t>(frames), -7.0f);
+      buffers.push_back(channel.data());
+    }
+    kivahost::HostReadSamples read(start, frames, buffers);
+    const int result = kivaInterface.EntryPoint(kiva::kSelReadSamples, open.source, &read);
+    EXPECT_EQ(read.framesRead, result == 0 ? frames : 0);
+    return result;
+  }
+
+  kiva::KivaQTInterface kivaInterface;
+  kivahost::HostOpen open;
+  kivahost::HostFormat format;
+  int status = -100;
+};
+
+// The ffmpeg command's float decode of one audio track, one vector per channel.
+Channels ReferenceDecode(const std::string& path, int track, int channels,
+                         const std::string& decoderOptions) {
+  const std::string command = "ffmpeg -nostdin -v error " + decoderOptions + " -i '" + path +
+                              "' -map 0:a:" + std::to_string(track) + " -f f32le -";
+  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+  Channels out(static_cast<std::size_t>(channels));
+  if (!pipe) return out;
+  std::vector<float> block(static_cast<std::size_t>(4096 * channels));
+  std::size_t read = 0;
+  while ((read = std::fread(block.data(), sizeof(float), block.size(), pipe.get())) > 0) {
+    for (std::size_t i = 0; i < read; ++i) {
+      out[i % static_cast<std::size_t>(channels)].push_back(block[i]);
+    }
+  }
+  return out;
+}
+
+struct Fixture {
+  const char* file;
+  int channels;
+  int rate;
+  // The true length; 0: whatever the ffmpeg command's full decode yields (files that declare
+  // no length).
+  std::int64_t length;
+  std::vector<std::uint32_t> labels;
+  double randomTolerance = 0;           // random reads against the sequential decode
+  const char* decoderOptions = "";      // for the ffmpeg command's decode
+  std::vector<int> tracks = {0};        // tracks whose channels the ffmpeg command can check
+  std::vector<int> trackChannels = {};  // channels per track (default: all in one track)
+};
+
+std::vector<Fixture> Fixtures() {
+  const std::vector<std::uint32_t> lr{100, 101};
+  const std::vector<std::uint32_t> surround{100, 101, 102, 103, 104, 105};
+  return {
+      {"pcm8.mov", 2, 48000, 168000, lr},
+      {"pcm16.mov", 2, 48000, 168000, lr},
+      {"pcm24.mov", 2, 48000, 168000, lr},
+      {"pcmf32.mov", 2, 48000, 168000, lr},
+      {"pcm.wav", 2, 48000, 168000, {0, 0}},
+      {"pcm.aiff", 2, 48000, 168000, {0, 0}},
+      {"aac-mono.m4a", 1, 48000, 168000, {102}},
+      {"aac-stereo.m4a", 2, 48000, 168000, lr},
+      {"aac-51.m4a", 6, 48000, 168000, surround},
+      {"aac.aac", 2, 48000, 0, lr},
+      {"mp3-cbr.mp3", 2, 48000, 168000, lr},
+      {"mp3-vbr.mp3", 2, 48000, 168000, lr},
+      {"mp3-cbr-noxing.mp3", 2, 48000, 0, lr},
+      {"mp3-vbr-noxing.mp3", 2, 48000, 0, lr},
+      {"mp3-cover.mp3", 2, 48000, 168000, lr},
+      {"flac.flac", 2, 48000, 168000, lr},
+      {"alac.m4a", 2, 48000, 168000, lr},
+      {"vorbis.ogg", 2, 48000, 168000, lr},
+      {"opus.opus", 2, 48000, 168000, lr, 1e-4},
+      {"ac3-51.ac3", 6, 48000, 0, surround, 0, "-cons_noisegen 1"},
+      {"av.mp4", 2, 48000, 168000, lr},
+      {"two-tracks.mov", 4, 48000, 120000, {100, 101, 100, 101}, 0, "", {0, 1}, {2, 2}},
+      // The 44.1 kHz track is resampled to the movie's rate: only the second is FFmpeg's own.
+      {"two-rates.mov", 4, 48000, 168000, {100, 101, 100, 101}, 0, "", {1}, {2, 2}},
+  };
+}
+
+class AudioReading : public ::testing::TestWithParam<Fixture> {};
+
+TEST_P(AudioReading, FormatLengthAndLabels) {
+  const Fixture& fixture = GetParam();
+  OpenedSource source(kFixtures + "/" + fixture.file);
+  ASSERT_EQ(source.status, 0) << fixture.file;
+  EXPECT_EQ(source.format.GetNumChannels(), fixture.channels);
+  EXPECT_EQ(source.format.sampleRate, fixture.rate);
+  EXPECT_EQ(source.format.sampleType, 40);
+  EXPECT_EQ(source.format.labels, fixture.labels);
+  std::int64_t expected = fixture.length;
+  if (expected == 0) {
+    expected =
+        static_cast<std::int64_t>(ReferenceDecode(kFixtures + "/" + fixture.file, 0,
+                                                  fixture.channels, fixture.decoderOptions)[0]
+                                      .size());
+  }
+  EXPECT_EQ(source.format.sampleCount, expected);
+}
+
+// The whole file read front to back in blocks of varying size.
+Channels SequentialRead(OpenedSource& source, std::mt19937& random) {
+  const std::int64_t length = source.format.sampleCount;
+  Channels whole(static_cast<std::size_t>(source.format.GetNumChannels()));
+  Channels block(whole.size());
+  std::uniform_int_distribution<std::int64_t> size(1, 9000);
+  for (std::int64_t position = 0; position < length;) {
+    const std::int64_t frames = std::min(size(random), length - position);
+    EXPECT_EQ(source.Read(position, frames, block), 0);
+    for (std::size_t c = 0; c < whole.size(); ++c) {
+      whole[c].insert(whole[c].end(), block[c].begin(), block[c].end());
+    }
+    position += frames;
+  }
+  return whole;
+}
+
+TEST_P(AudioReading, SequentialDecodeIsTheFFmpegCommandsDecode) {
+  const Fixture& fixture = GetParam();
+  const std::string path = kFixtures + "/" + fixture.file;
+  OpenedSource source(path);
+  ASSERT_EQ(source.status, 0);
+  std::mt19937 random(1234);
+  const Channels whole = SequentialRead(source, random);
+  std::vector<int> trackChannels = fixture.trackChannels;
+  if (trackChannels.empty()) trackChannels = {fixture.channels};
+  for (const int track : fixture.tracks) {
+    int first = 0;
+    for (int t = 0; t < track; ++t) first += trackChannels[static_cast<std::size_t>(t)];
+    const Channels reference = ReferenceDecode(
+        path, track, trackChannels[static_cast<std::size_t>(track)], fixture.decoderOptions);
+    for (std::size_t c = 0; c < reference.size(); ++c) {
+      const auto& ours = whole[static_cast<std::size_t>(first) + c];
+      const std::size_t common = std::min(ours.size(), reference[c].size());
+      ASSERT_GT(common, 0u);
+      std::size_t mismatches = 0;
+      for (std::size_t i = 0; i < common; ++i) mismatches += ours[i] != reference[c][i];
+      EXPECT_EQ(mismatches, 0u) << fixture.file << " track " << track << " channel " << c;
+      // Past FFmpeg's own end there is nothing; past ours, FFmpeg may still have padding.
+      EXPECT_LE(ours.size(), reference[c].size()) << fixture.file;
+    }
+  }
+}
+
+TEST_P(AudioReading, RandomReadsMatchTheSequentialDecode) {
+  const Fixture& fixture = GetParam();
+  OpenedSource sequential(kFixtures + "/" + fixture.file);
+  ASSERT_EQ(sequential.status, 0);
+  std::mt19937 random(99);
+  const Channels whole = SequentialRead(sequential, random);
+  const std::int64_t length = sequential.format.sampleCount;
+
+  // Positions that matter (the start, one in, the end) and random ones, in shuffled order.
+  std::vector<std::pair<std::int64_t, std::int64_t>> reads{
+      {0, 4096}, {1, 4096}, {length - 4096, 4096}, {length - 100, 500}, {length + 10, 64}};
+  std::uniform_int_distribution<std::int64_t> position(0, length - 1);
+  std::uniform_int_distribution<std::int64_t> size(1, 20000);
+  for (int i = 0; i < 40; ++i) reads.emplace_back(position(random), size(random));
+  std::shuffle(reads.begin(), reads.end(), random);
+
+  OpenedSource source(kFixtures + "/" + fixture.file);
+  Channels block(whole.size());
+  for (const auto& [start, frames] : reads) {
+    ASSERT_EQ(source.Read(start, frames, block), 0) << fixture.file << " at " << start;
+    for (std::size_t c = 0; c < whole.size(); ++c) {
+      double worst = 0;
+      for (std::int64_t i = 0; i < frames; ++i) {
+        const std::int64_t at = start + i;
+        const float expected = at < length ? whole[c][static_cast<std::size_t>(at)] : 0.0f;
+        worst = std::max(
+            worst,
+            std::fabs(static_cast<double>(block[c][static_cast<std::size_t>(i)]) - expected));
+      }
+      EXPECT_LE(worst, fixture.randomTolerance) << fixture.file << " channel " << c << " read ["
+                                                << start << ", " << start + frames << ")";
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Fixtures, AudioReading, ::testing::ValuesIn(Fixtures()),
+                         [](const ::testing::TestParamInfo<Fixture>& info) {
+                           std::string name = info.param.file;
+                           std::replace_if(
+                               name.begin(), name.end(),
+                               [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); },
+                               '_');
+                           return name;
+                         });
+
+}  // namespace
