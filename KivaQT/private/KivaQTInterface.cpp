@@ -205,6 +205,24 @@ int KivaQTInterface::ReadSamples(qt::Source& source, KivaReadSamplesInterface& r
   return kKivaSuccess;
 }
 
+int KivaQTInterface::ReadVideoFrame(qt::Source& source, KivaReadVideoFrameInterface& request) {
+  KivaVideoStreamInterface* wanted = request.GetVideoStreamInfo();
+  if (wanted == nullptr) return kKivaBadArgument;
+  const std::int32_t width = wanted->GetWidth(0);
+  wanted = request.GetVideoStreamInfo();
+  if (wanted == nullptr) return kKivaBadArgument;
+  const std::int32_t height = wanted->GetHeight(0);
+  if (source.GetOriginalWidth() * source.GetOriginalHeight() == 0) return kKivaNoVideo;
+  // 4000 is the largest size the plug-in draws in either direction.
+  if (width > 4000 || height > 4000) return kKivaBadArgument;
+  source.SetRequestedSize(width, height);
+  source.SetHighQualityVideo((request.GetRenderFlags() & 2) != 0);
+  const std::int64_t frameIndex = request.GetFrameIndex();
+  char* destination = request.GetFrameBuffer();
+  if (destination == nullptr) return kKivaBadArgument;
+  return source.GetVideo(frameIndex, destination) ? kKivaSuccess : kKivaGeneralError;
+}
+
 void KivaQTInterface::SetExtendedError(qt::Source::ExtendedErrorInfo info) {
   if (info.kind != 1) return;
   std::u16string moreInfo;

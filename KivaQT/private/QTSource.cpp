@@ -21,6 +21,56 @@ std::u16string GetCompressionNameFromFormatCode(std::uint32_t formatCode) {
   return text;
 }
 
+// A frame rate for a video track whose sample count does not give one: the highest rate among
+// the first dozen samples, but only one within 10 % of the sample before it (so that a single
+// short sample does not count).
+media::OSErr GuessQTFramerate(media::Movie& movie, std::int32_t* timeScale,
+                              std::int32_t* frameDuration) {
+  *timeScale = 0;
+  *frameDuration = 0;
+  const std::int32_t scale = movie.GetTimeScale();
+  movie.SetTimeValue(0);
+  std::int64_t time = 0;
+  std::int64_t duration = 0;
+  media::OSErr error = movie.GetNextInterestingTime(
+      media::kNextTimeMediaSample | media::kNextTimeEdgeOK, 0, time, duration);
+  if (error != media::kNoErr) return error;
+  if (time == -1) return media::kNoErr;
+  std::int64_t next = 0;
+  const std::int64_t onlyDuration = duration;
+  error = movie.GetNextInterestingTime(media::kNextTimeMediaSample, time, next, duration);
+  if (error != media::kNoErr) return error;
+  if (next == -1) {  // a single sample: its own duration is the frame's
+    *timeScale = scale;
+    *frameDuration = static_cast<std::int32_t>(onlyDuration);
+    return media::kNoErr;
+  }
+  double best = duration > 0 ? static_cast<double>(scale) / static_cast<double>(duration) : 0.0;
+  double previous = best;
+  *timeScale = scale;
+  *frameDuration = static_cast<std::int32_t>(duration);
+  time = next;
+  for (int sample = 0; sample < 10; ++sample) {
+    error = movie.GetNextInterestingTime(media::kNextTimeMediaSample, time, next, duration);
+    if (error != media::kNoErr) {
+      *timeScale = 0;
+      *frameDuration = 0;
+      return error;
+    }
+    if (next == -1 || next == time) break;
+    const double rate =
+        duration > 0 ? static_cast<double>(scale) / static_cast<double>(duration) : 0.0;
+    if (rate > best && (rate - previous) / rate < 0.1) {
+      *timeScale = scale;
+      *frameDuration = static_cast<std::int32_t>(duration);
+      best = rate;
+    }
+    previous = rate;
+    time = next;
+  }
+  return media::kNoErr;
+}
+
 std::u16string MACtoNOX(const std::string& text) {
   std::u16string converted;
   noxcore::utility::UTF8to16(text, converted);
@@ -93,7 +143,11 @@ bool Source::InitializeForRead(const std::u16string& path, ExtendedErrorInfo& in
       const std::int64_t samples = track->GetMediaSampleCount();
       frameRate = samples > 0 ? timeScale / (static_cast<double>(duration) / samples) : 0.0;
       frameDuration = samples > 0 ? static_cast<std::int32_t>(duration / samples) : 0;
-      if (frameDuration == 0) continue;
+      if (frameDuration == 0 &&
+          (GuessQTFramerate(*movie, &timeScale, &frameDuration) != media::kNoErr ||
+           frameDuration == 0)) {
+        continue;
+      }
       movie->SetTimeScale(timeScale);
       videoTimeScale = timeScale;
       videoDuration = duration;
@@ -121,6 +175,7 @@ bool Source::Activate() {
 }
 
 bool Source::Suspend() {
+  DisposeGraphicsWorld();
   audioExtraction.reset();
   DeAllocateAudioBuffers();
   return true;
@@ -158,6 +213,69 @@ void Source::SetRequestedSize(std::int32_t requestedWidth, std::int32_t requeste
   if (requestedWidth == width && requestedHeight == height) return;
   width = requestedWidth;
   height = requestedHeight;
+  SetupVideo();
+}
+
+void Source::SetVideoScalingFactor(double factor) {
+  if (factor > 0.0 && factor <= 1.0) videoScalingFactor = factor;
+  SetupVideo();
+}
+
+bool Source::SetupVideo() {
+  if (videoStreamCount == 0 || !movie) return true;
+  const media::Rect box{0, 0, height, width};
+  movie->SetBox(box);
+  if (width == 0 || height == 0) return true;
+  DisposeGraphicsWorld();
+  // Without a picture the next frame request fails; setting up still counts as done.
+  if (movie->NewOffscreen(box, gworld) != media::kNoErr) {
+    gworld.reset();
+    return true;
+  }
+  bytesPerPixel = 4;
+  movie->SetOffscreen(gworld.get());
+  return true;
+}
+
+void Source::DisposeGraphicsWorld() {
+  if (!gworld) return;
+  if (movie) movie->SetOffscreen(nullptr);
+  gworld.reset();
+}
+
+bool Source::GetVideo(std::int64_t frameIndex, char* destination) {
+  if (!Activate() || !gworld) return false;
+  // The movie's time values are 32-bit: the product wraps as it always has.
+  const auto time = static_cast<std::int32_t>(static_cast<std::uint32_t>(frameIndex) *
+                                              static_cast<std::uint32_t>(frameDuration));
+  if (static_cast<std::int64_t>(time) > videoDuration) return false;
+  movie->SetTimeValue(time);
+  const std::uint32_t hints = highQualityVideo ? media::kHintsHighQuality : 0;
+  if (hints != currentPlayHints) {
+    movie->SetPlayHints(hints, media::kHintsHighQuality);
+    currentPlayHints = hints;
+  }
+  if (movie->Task() != media::kNoErr) return false;
+  const std::size_t rowSize =
+      static_cast<std::size_t>(width) * static_cast<std::size_t>(bytesPerPixel);
+  if (gworld->width != width || gworld->height != height ||
+      static_cast<std::size_t>(gworld->rowBytes) < rowSize) {
+    return false;
+  }
+  for (std::int32_t y = 0; y < height; ++y) {
+    auto* row =
+        reinterpret_cast<std::uint8_t*>(destination) + static_cast<std::size_t>(y) * rowSize;
+    std::memcpy(row, gworld->pixels.data() + static_cast<std::size_t>(y) * gworld->rowBytes,
+                rowSize);
+    // ARGB words in big-endian order become B, G, R, A bytes: one byte reversal per word.
+    for (std::size_t x = 0; x < rowSize; x += 4) {
+      std::uint32_t word;
+      std::memcpy(&word, row + x, 4);
+      word = __builtin_bswap32(word);
+      std::memcpy(row + x, &word, 4);
+    }
+  }
+  return true;
 }
 
 bool Source::SetupAudioExtraction() {

@@ -70,8 +70,15 @@ class Source {
   double GetPAR() const;
   void GetChannelLabelVector(std::vector<std::uint32_t>& out) const { out = channelLabels; }
 
-  // The size frames are asked for at; nothing happens when it does not change.
+  // Video. The size frames are asked for at; nothing happens when it does not change, and
+  // any change builds the off-screen picture anew.
   void SetRequestedSize(std::int32_t requestedWidth, std::int32_t requestedHeight);
+  // Kept (and reported) only for 0 < factor <= 1; the picture is set up again in any case.
+  void SetVideoScalingFactor(double factor);
+  bool SetupVideo();
+  void DisposeGraphicsWorld();
+  // Renders frame `frameIndex` and copies it, rows packed, as B, G, R, A bytes per pixel.
+  bool GetVideo(std::int64_t frameIndex, char* destination);
 
   // Audio: `frameCount` frames from `startFrame` into one float buffer per channel (null ones
   // are skipped); what the movie cannot deliver is zero-filled.
@@ -91,6 +98,7 @@ class Source {
   double frameRate = 0.0;
   std::int64_t sampleCount = 0;
   std::int64_t videoDuration = 0;
+  std::unique_ptr<media::Offscreen> gworld;  // the picture video is drawn into
   media::AudioStreamBasicDescription extractionFormat;
   std::u16string audioFormatDescription;
   std::unique_ptr<media::AudioExtraction> audioExtraction;
@@ -109,6 +117,7 @@ class Source {
   std::int32_t audioStreamCount = 0;
   std::int32_t videoStreamCount = 0;
   bool highQualityVideo = false;
+  std::uint32_t currentPlayHints = 0xFFFFFFFF;  // all ones: the first hints are always given
   double videoScalingFactor = 1.0;
   std::uint32_t parHorizontal = 1;
   std::uint32_t parVertical = 1;

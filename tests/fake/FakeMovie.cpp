@@ -1,5 +1,6 @@
 #include "FakeMovie.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace kiva::test {
@@ -58,6 +59,51 @@ qt::media::OSErr FakeMovie::BeginAudioExtraction(
   lastSession = fake.get();
   ++sessionsBegun;
   session = std::move(fake);
+  return qt::media::kNoErr;
+}
+
+qt::media::OSErr FakeMovie::NewOffscreen(const qt::media::Rect& box,
+                                         std::unique_ptr<qt::media::Offscreen>& made) {
+  const std::int32_t width = box.right - box.left;
+  const std::int32_t height = box.bottom - box.top;
+  if (width <= 0 || height <= 0) return -50;
+  made = std::make_unique<qt::media::Offscreen>();
+  made->width = width;
+  made->height = height;
+  made->rowBytes = width * 4 + rowPadding;
+  made->pixels.assign(static_cast<std::size_t>(made->rowBytes) * static_cast<std::size_t>(height),
+                      0);
+  ++offscreensMade;
+  return qt::media::kNoErr;
+}
+
+qt::media::OSErr FakeMovie::Task() {
+  if (taskError != qt::media::kNoErr) return taskError;
+  if (offscreen == nullptr) return -2001;
+  const std::uint8_t bytes[4] = {
+      static_cast<std::uint8_t>(pixel >> 24), static_cast<std::uint8_t>(pixel >> 16),
+      static_cast<std::uint8_t>(pixel >> 8), static_cast<std::uint8_t>(pixel)};
+  for (std::int32_t y = 0; y < offscreen->height; ++y) {
+    for (std::int32_t x = 0; x < offscreen->width; ++x) {
+      std::copy(bytes, bytes + 4, offscreen->pixels.begin() + y * offscreen->rowBytes + 4 * x);
+    }
+  }
+  return qt::media::kNoErr;
+}
+
+qt::media::OSErr FakeMovie::GetNextInterestingTime(std::uint16_t flags, std::int64_t time,
+                                                   std::int64_t& next, std::int64_t& duration) {
+  next = -1;
+  duration = 0;
+  if (interestingTimeError != qt::media::kNoErr) return interestingTimeError;
+  const bool edgeOK = (flags & qt::media::kNextTimeEdgeOK) != 0;
+  for (const auto& [sampleTime, sampleDuration] : samples) {
+    if (sampleTime > time || (edgeOK && sampleTime == time)) {
+      next = sampleTime;
+      duration = sampleDuration;
+      return qt::media::kNoErr;
+    }
+  }
   return qt::media::kNoErr;
 }
 

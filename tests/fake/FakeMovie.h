@@ -58,6 +58,19 @@ class FakeMovie final : public qt::media::Movie {
   qt::media::OSErr BeginAudioExtraction(
       std::unique_ptr<qt::media::AudioExtraction>& session) override;
 
+  qt::media::OSErr NewOffscreen(const qt::media::Rect& box,
+                                std::unique_ptr<qt::media::Offscreen>& offscreen) override;
+  void SetOffscreen(qt::media::Offscreen* target) override { offscreen = target; }
+  void SetBox(const qt::media::Rect& newBox) override { boxes.push_back(newBox); }
+  void SetTimeValue(std::int64_t time) override { times.push_back(time); }
+  void SetPlayHints(std::uint32_t hints, std::uint32_t mask) override {
+    playHints.emplace_back(hints, mask);
+  }
+  // Fills the offscreen with `pixel` (an ARGB word), stored big-endian.
+  qt::media::OSErr Task() override;
+  qt::media::OSErr GetNextInterestingTime(std::uint16_t flags, std::int64_t time,
+                                          std::int64_t& next, std::int64_t& duration) override;
+
   // A sound track of `seconds` (as units / scale) with the given description.
   FakeTrack& AddSoundTrack(double rate, std::uint32_t channels, std::int64_t units,
                            std::int32_t scale);
@@ -67,6 +80,17 @@ class FakeMovie final : public qt::media::Movie {
   std::vector<std::unique_ptr<FakeTrack>> tracks;
   qt::media::Rect box;
   std::int64_t extractionLength = 0;
+  // Video script and record.
+  std::uint32_t pixel = 0xFF102030;
+  qt::media::OSErr taskError = qt::media::kNoErr;
+  int rowPadding = 16;  // extra bytes per offscreen row, as a real picture may have
+  std::vector<std::pair<std::int64_t, std::int64_t>> samples;  // (time, duration) of video
+  qt::media::OSErr interestingTimeError = qt::media::kNoErr;
+  qt::media::Offscreen* offscreen = nullptr;
+  int offscreensMade = 0;
+  std::vector<qt::media::Rect> boxes;
+  std::vector<std::int64_t> times;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> playHints;
   // The last session handed out (owned by the source).
   FakeAudioExtraction* lastSession = nullptr;
   int sessionsBegun = 0;

@@ -372,7 +372,6 @@ TEST(EntryPoint, OperationsNotOfferedAnswerNotSupported) {
   qt::Source source;
   StrictMock<kiva::test::MockFormat> format;
   EXPECT_CALL(format, GetErrorReporter()).WillRepeatedly(Return(nullptr));
-  StrictMock<kiva::test::MockReadVideoFrame> frame;
   StrictMock<kiva::test::MockGetExportSettingsInfo> settingsInfo;
   EXPECT_CALL(settingsInfo, GetErrorReporter()).WillOnce(Return(nullptr));
   StrictMock<kiva::test::MockWriteSamples> samples;
@@ -382,7 +381,6 @@ TEST(EntryPoint, OperationsNotOfferedAnswerNotSupported) {
   EXPECT_CALL(finish, GetFormat()).WillOnce(Return(&format));
   EXPECT_CALL(finish, GetFinishFlag()).WillOnce(Return(false));
 
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelReadVideoFrame, &source, &frame), kKivaNotSupported);
   EXPECT_EQ(kivaInterface.EntryPoint(kSelGetDefaultExportSettings, nullptr, &format),
             kKivaNotSupported);
   EXPECT_EQ(kivaInterface.EntryPoint(kSelGetExportSettingsInfo, nullptr, &settingsInfo),

@@ -6,6 +6,7 @@
 #include "AudioExtraction.h"
 #include "Component.h"
 #include "MediaStatus.h"
+#include "Offscreen.h"
 #include "SoundDescription.h"
 
 #include <cstdint>
@@ -67,6 +68,21 @@ class Movie {
   // A new audio extraction session over all sound tracks, positioned at 0; an error when the
   // movie has no readable sound track.
   virtual OSErr BeginAudioExtraction(std::unique_ptr<AudioExtraction>& session) = 0;
+
+  // Video. The movie draws its first video track's picture at the current time, scaled to its
+  // box, into the offscreen it is given (not owned; null: draw nowhere).
+  virtual OSErr NewOffscreen(const Rect& box, std::unique_ptr<Offscreen>& offscreen) = 0;
+  virtual void SetOffscreen(Offscreen* offscreen) = 0;
+  virtual void SetBox(const Rect& box) = 0;
+  // The current time, in the movie's time scale, from the first frame.
+  virtual void SetTimeValue(std::int64_t time) = 0;
+  virtual void SetPlayHints(std::uint32_t hints, std::uint32_t mask) = 0;
+  // Draws the picture shown at the current time; 0 or the error of the drawing.
+  virtual OSErr Task() = 0;
+  // The first video sample time after `time` (at or after it with kNextTimeEdgeOK), in the
+  // movie's time scale, with that sample's duration; `next` is -1 when there is none.
+  virtual OSErr GetNextInterestingTime(std::uint16_t flags, std::int64_t time, std::int64_t& next,
+                                       std::int64_t& duration) = 0;
 };
 
 }  // namespace kiva::qt::media

@@ -166,11 +166,8 @@ OSErr AudioStreamReader::DecodeNext(bool& ended) {
         positioned = true;
         nextFramePosition = position;
       }
-      const OSErr error = Convert(*frame);
-      av_frame_unref(frame.get());
-      if (error != kNoErr) return error;
-      pendingStart = nextFramePosition;
-      nextFramePosition += pendingFrames;
+      framePosition = nextFramePosition;
+      nextFramePosition += frame->nb_samples;
       return kNoErr;
     }
     if (result == AVERROR_EOF || (result != AVERROR(EAGAIN) && inputEnded)) {
@@ -186,7 +183,7 @@ OSErr AudioStreamReader::DecodeNext(bool& ended) {
   }
 }
 
-OSErr AudioStreamReader::Convert(const AVFrame& decoded) {
+OSErr AudioStreamReader::Convert(const AVFrame& decoded, const std::vector<float*>& planes) {
   if (!converter || decoded.format != converterFormat ||
       av_channel_layout_compare(&decoded.ch_layout, &converterLayout) != 0) {
     SwrContext* raw = nullptr;
@@ -204,19 +201,42 @@ OSErr AudioStreamReader::Convert(const AVFrame& decoded) {
     av_channel_layout_uninit(&converterLayout);
     av_channel_layout_copy(&converterLayout, &decoded.ch_layout);
   }
-  const int decodedChannels = decoded.ch_layout.nb_channels;
-  const std::size_t channels = static_cast<std::size_t>(std::max(decodedChannels, facts.channels));
-  pending.resize(channels);
-  std::vector<std::uint8_t*> planes(static_cast<std::size_t>(decodedChannels));
-  for (std::size_t c = 0; c < channels; ++c) {
-    pending[c].assign(static_cast<std::size_t>(decoded.nb_samples), 0.0f);
-    if (c < planes.size()) planes[c] = reinterpret_cast<std::uint8_t*>(pending[c].data());
+  const auto frames = static_cast<std::size_t>(decoded.nb_samples);
+  const auto decodedChannels = static_cast<std::size_t>(decoded.ch_layout.nb_channels);
+  // Channels nobody wants (a null destination, or more than the stream announced) are
+  // converted into scratch space; channels the frame lacks are silent.
+  std::vector<std::uint8_t*> targets(decodedChannels);
+  for (std::size_t c = 0; c < decodedChannels; ++c) {
+    float* plane = c < planes.size() ? planes[c] : nullptr;
+    if (plane == nullptr) {
+      if (scratch.size() <= c) scratch.resize(c + 1);
+      scratch[c].resize(frames);
+      plane = scratch[c].data();
+    }
+    targets[c] = reinterpret_cast<std::uint8_t*>(plane);
+  }
+  for (std::size_t c = decodedChannels; c < planes.size(); ++c) {
+    if (planes[c] != nullptr) std::fill(planes[c], planes[c] + frames, 0.0f);
   }
   const int converted =
-      swr_convert(converter.get(), planes.data(), decoded.nb_samples,
+      swr_convert(converter.get(), targets.data(), decoded.nb_samples,
                   const_cast<const std::uint8_t**>(decoded.extended_data), decoded.nb_samples);
-  if (converted < 0) return kInvalidMovieErr;
-  pendingFrames = converted;
+  return converted == decoded.nb_samples ? kNoErr : kInvalidMovieErr;
+}
+
+OSErr AudioStreamReader::Keep(const AVFrame& decoded) {
+  const auto channels =
+      static_cast<std::size_t>(std::max(decoded.ch_layout.nb_channels, facts.channels));
+  pending.resize(channels);
+  std::vector<float*> planes(channels);
+  for (std::size_t c = 0; c < channels; ++c) {
+    pending[c].resize(static_cast<std::size_t>(decoded.nb_samples));
+    planes[c] = pending[c].data();
+  }
+  pendingStart = framePosition;
+  pendingFrames = 0;
+  if (const OSErr error = Convert(decoded, planes); error != kNoErr) return error;
+  pendingFrames = decoded.nb_samples;
   return kNoErr;
 }
 
@@ -255,11 +275,17 @@ OSErr AudioStreamReader::BuildIndex() {
 
 OSErr AudioStreamReader::Read(std::int64_t start, std::int64_t count,
                               const std::vector<float*>& out) {
-  for (float* channel : out) {
-    if (channel != nullptr) std::fill(channel, channel + count, 0.0f);
-  }
   const std::int64_t wantEnd = std::min(start + count, facts.length);
-  if (wantEnd <= start) return kNoErr;
+  // Whatever is not decoded below (past the end) stays silent.
+  const auto silenceFrom = [&](std::int64_t position) {
+    for (float* channel : out) {
+      if (channel != nullptr) std::fill(channel + (position - start), channel + count, 0.0f);
+    }
+  };
+  if (wantEnd <= start) {
+    silenceFrom(start);
+    return kNoErr;
+  }
 
   const bool inPending = positioned && pendingFrames > 0 && start >= pendingStart &&
                          start < pendingStart + pendingFrames;
@@ -297,7 +323,25 @@ OSErr AudioStreamReader::Read(std::int64_t start, std::int64_t count,
       continue;
     }
     if (ended) break;
+    // A frame that falls wholly where the caller wants it goes straight there; any other is
+    // kept, so that a read that continues can start from it.
+    const std::int64_t frames = frame->nb_samples;
+    OSErr error = kNoErr;
+    if (framePosition == cursor && cursor + frames <= wantEnd) {
+      std::vector<float*> planes(out.size());
+      for (std::size_t c = 0; c < out.size(); ++c) {
+        planes[c] = out[c] != nullptr ? out[c] + (cursor - start) : nullptr;
+      }
+      error = Convert(*frame, planes);
+      pendingFrames = 0;
+      cursor += frames;
+    } else {
+      error = Keep(*frame);
+    }
+    av_frame_unref(frame.get());
+    if (error != kNoErr) return error;
   }
+  silenceFrom(cursor);
   return kNoErr;
 }
 

@@ -59,11 +59,14 @@ class AudioStreamReader {
   OSErr ResetDecoder();
   OSErr Restart();
   OSErr SeekTo(std::int64_t start, std::int64_t extraPreroll);
-  // Decodes the next frame into `pending`. `ended` when the stream has no more.
+  // Decodes the next frame into `frame` at `framePosition`. `ended` when there is no more.
   OSErr DecodeNext(bool& ended);
   // Sends the next packet of the stream to the decoder (or the drain request at the end).
   OSErr ReadPacket();
-  OSErr Convert(const AVFrame& decoded);
+  // Converts a decoded frame to float into one plane per channel (null: not wanted).
+  OSErr Convert(const AVFrame& decoded, const std::vector<float*>& planes);
+  // Converts a decoded frame into `pending`.
+  OSErr Keep(const AVFrame& decoded);
   OSErr BuildIndex();
   std::int64_t FramePosition(const AVFrame& decoded) const;
 
@@ -82,7 +85,9 @@ class AudioStreamReader {
   std::int64_t pendingFrames = 0;
   bool positioned = false;  // pending/next positions are known
   std::int64_t nextFramePosition = 0;
-  std::int64_t readEnd = -1;  // where the last read ended
+  std::int64_t framePosition = 0;           // of the frame last decoded
+  std::vector<std::vector<float>> scratch;  // for channels nobody wants
+  std::int64_t readEnd = -1;                // where the last read ended
   std::int64_t discardBefore = AV_NOPTS_VALUE;
   bool inputEnded = false;
   bool decoderDrained = false;

@@ -64,9 +64,14 @@ OSErr FFmpegAudioExtraction::ReadFrames(std::int64_t start, std::int64_t frames,
     for (std::size_t c = 0; c < track.channels; ++c) {
       float* channel = channels[track.firstChannel + c];
       if (channel == nullptr) continue;
-      // Silence wherever this track has no media.
-      std::fill(channel, channel + frames, 0.0f);
-      if (to > from) destinations[c] = channel + (from - start);
+      // Silence wherever this track has no media (the reader fills the rest).
+      if (to <= from) {
+        std::fill(channel, channel + frames, 0.0f);
+        continue;
+      }
+      std::fill(channel, channel + (from - start), 0.0f);
+      std::fill(channel + (to - start), channel + frames, 0.0f);
+      destinations[c] = channel + (from - start);
     }
     if (to <= from ||
         std::all_of(destinations.begin(), destinations.end(), [](float* p) { return !p; })) {

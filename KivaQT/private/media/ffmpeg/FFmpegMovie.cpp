@@ -13,6 +13,7 @@ extern "C" {
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace kiva::qt::media::ffmpeg {
 
@@ -119,7 +120,19 @@ class VideoTrack final : public Track {
     } else if (format.duration != AV_NOPTS_VALUE && format.duration > 0) {
       displayDuration = av_rescale_q(format.duration, AV_TIME_BASE_Q, AVRational{1, mediaScale});
     }
-    sampleCount = stream.nb_frames;
+    // A movie's index lists every sample, flagging those its edit list leaves out (other
+    // containers index only some, such as keyframes).
+    const bool movie = std::strncmp(format.iformat->name, "mov,", 4) == 0;
+    const int entries = movie ? avformat_index_get_entries_count(&stream) : 0;
+    if (entries > 0) {
+      sampleCount = 0;
+      for (int e = 0; e < entries; ++e) {
+        const AVIndexEntry* entry = avformat_index_get_entry(const_cast<AVStream*>(&stream), e);
+        if (entry != nullptr && (entry->flags & AVINDEX_DISCARD_FRAME) == 0) ++sampleCount;
+      }
+    } else {
+      sampleCount = stream.nb_frames;
+    }
     if (sampleCount <= 0 && stream.avg_frame_rate.num > 0 && displayDuration > 0) {
       sampleCount =
           av_rescale_q(displayDuration, AVRational{1, mediaScale}, av_inv_q(stream.avg_frame_rate));
@@ -250,6 +263,10 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
   for (unsigned i = 0; i < format->nb_streams; ++i) {
     const AVStream& stream = *format->streams[i];
     if (stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO || IsCoverArt(stream)) continue;
+    if (opened->videoStream < 0 && avcodec_find_decoder(stream.codecpar->codec_id) != nullptr) {
+      opened->videoStream = static_cast<int>(i);
+      opened->videoTimeBase = stream.time_base;
+    }
     if (opened->box.right == 0 && stream.codecpar->width > 0) {
       const AVRational aspect = stream.codecpar->sample_aspect_ratio;
       const double widen = aspect.num > 0 && aspect.den > 0 ? av_q2d(aspect) : 1.0;
@@ -289,6 +306,71 @@ OSErr FFmpegMovie::BeginAudioExtraction(std::unique_ptr<AudioExtraction>& sessio
   // The session runs at the rate of the last sound track, the rate the movie reports.
   const int rate = audio->back().sampleRate;
   session = std::make_unique<FFmpegAudioExtraction>(path, audio, timeline, rate);
+  return kNoErr;
+}
+
+}  // namespace kiva::qt::media::ffmpeg
+
+namespace kiva::qt::media::ffmpeg {
+
+FFmpegVideoRenderer* FFmpegMovie::Renderer() {
+  if (!renderer && videoStream >= 0) {
+    renderer = std::make_unique<FFmpegVideoRenderer>(path, videoStream, videoTimeBase);
+  }
+  return renderer.get();
+}
+
+OSErr FFmpegMovie::NewOffscreen(const Rect& newBox, std::unique_ptr<Offscreen>& made) {
+  const std::int64_t width = static_cast<std::int64_t>(newBox.right) - newBox.left;
+  const std::int64_t height = static_cast<std::int64_t>(newBox.bottom) - newBox.top;
+  // 16384 is as large as the scaler goes.
+  if (width <= 0 || height <= 0 || width > 16384 || height > 16384) return -50;
+  auto offscreenMade = std::make_unique<Offscreen>();
+  offscreenMade->width = static_cast<std::int32_t>(width);
+  offscreenMade->height = static_cast<std::int32_t>(height);
+  // Rows aligned for the scaler's vector code.
+  offscreenMade->rowBytes = static_cast<std::int32_t>((width * 4 + 31) / 32 * 32);
+  try {
+    offscreenMade->pixels.assign(
+        static_cast<std::size_t>(offscreenMade->rowBytes) * static_cast<std::size_t>(height), 0);
+  } catch (const std::bad_alloc&) {
+    return kMemFullErr;
+  }
+  made = std::move(offscreenMade);
+  return kNoErr;
+}
+
+void FFmpegMovie::SetPlayHints(std::uint32_t hints, std::uint32_t mask) {
+  if (mask & kHintsHighQuality) highQuality = (hints & kHintsHighQuality) != 0;
+}
+
+OSErr FFmpegMovie::Task() {
+  FFmpegVideoRenderer* video = Renderer();
+  if (video == nullptr) return kInvalidMovieErr;
+  if (offscreen == nullptr) return -2001;  // nothing to draw into
+  const std::int64_t time = av_rescale_q(std::max<std::int64_t>(timeValue, 0),
+                                         AVRational{1, timeScale}, video->TimeBase());
+  return video->Render(time, highQuality, *offscreen);
+}
+
+OSErr FFmpegMovie::GetNextInterestingTime(std::uint16_t flags, std::int64_t time,
+                                          std::int64_t& next, std::int64_t& duration) {
+  next = -1;
+  duration = 0;
+  FFmpegVideoRenderer* video = Renderer();
+  if (video == nullptr) return kNoErr;
+  const std::vector<std::int64_t>* times = nullptr;
+  const std::vector<std::int64_t>* durations = nullptr;
+  if (const OSErr error = video->FrameTimes(times, durations); error != kNoErr) return error;
+  const AVRational movieBase{1, timeScale};
+  for (std::size_t i = 0; i < times->size(); ++i) {
+    const std::int64_t at = av_rescale_q((*times)[i], video->TimeBase(), movieBase);
+    if (at > time || ((flags & kNextTimeEdgeOK) != 0 && at == time)) {
+      next = at;
+      duration = av_rescale_q((*durations)[i], video->TimeBase(), movieBase);
+      return kNoErr;
+    }
+  }
   return kNoErr;
 }
 

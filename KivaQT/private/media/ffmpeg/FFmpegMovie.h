@@ -5,6 +5,7 @@
 
 #include "AudioStreamFacts.h"
 #include "FFmpegPtr.h"
+#include "FFmpegVideoRenderer.h"
 
 #include "../Movie.h"
 
@@ -25,6 +26,15 @@ class FFmpegMovie final : public Movie {
   Rect GetBox() const override { return box; }
   OSErr BeginAudioExtraction(std::unique_ptr<AudioExtraction>& session) override;
 
+  OSErr NewOffscreen(const Rect& box, std::unique_ptr<Offscreen>& offscreen) override;
+  void SetOffscreen(Offscreen* target) override { offscreen = target; }
+  void SetBox(const Rect& newBox) override { drawBox = newBox; }
+  void SetTimeValue(std::int64_t time) override { timeValue = time; }
+  void SetPlayHints(std::uint32_t hints, std::uint32_t mask) override;
+  OSErr Task() override;
+  OSErr GetNextInterestingTime(std::uint16_t flags, std::int64_t time, std::int64_t& next,
+                               std::int64_t& duration) override;
+
  private:
   FFmpegMovie() = default;
 
@@ -35,6 +45,16 @@ class FFmpegMovie final : public Movie {
   std::vector<std::unique_ptr<Track>> tracks;
   std::int32_t timeScale = 600;
   Rect box;
+
+  // Video: the first video stream with a decoder, drawn on demand.
+  int videoStream = -1;
+  AVRational videoTimeBase{1, 1};
+  std::unique_ptr<FFmpegVideoRenderer> renderer;
+  Offscreen* offscreen = nullptr;
+  Rect drawBox;
+  std::int64_t timeValue = 0;
+  bool highQuality = false;
+  FFmpegVideoRenderer* Renderer();
 };
 
 }  // namespace kiva::qt::media::ffmpeg
