@@ -1,6 +1,7 @@
 #include "Commands.h"
 
 #include "OpenedFile.h"
+#include "Pictures.h"
 
 #include <sndfile.h>
 #include <unistd.h>
@@ -230,7 +231,12 @@ int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
   std::cout << "Sample:     " << samplePath << "\n\n";
   if (const int status = RunProbe(plugIn, samplePath, false); status != 0) return status;
   std::cout << '\n';
-  return RunDecode(plugIn, samplePath, outputDirectory + "/demo-decoded.wav", 0, -1);
+  if (const int status =
+          RunDecode(plugIn, samplePath, outputDirectory + "/demo-decoded.wav", 0, -1);
+      status != 0) {
+    return status;
+  }
+  return RunPreview(plugIn, samplePath, outputDirectory + "/demo-preview.png");
 }
 
 }  // namespace kivahost

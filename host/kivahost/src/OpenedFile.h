@@ -29,11 +29,17 @@ class OpenedFile {
   int Read(std::int64_t start, std::int64_t frames, const std::vector<float*>& buffers,
            std::int64_t& framesRead) const;
 
+  // Frame `index` at width x height as B, G, R, A bytes, rows packed; returns the status.
+  // The plug-in draws nothing at the movie's own size until another size was asked for: this
+  // asks for a tiny picture first when that happens, as a host must.
+  int ReadFrame(int index, int width, int height, std::vector<std::uint8_t>& pixels);
+
  private:
   const PlugIn& plugIn;
   HostOpen open;
   HostFormat format;
   void* handle = nullptr;
+  bool framesAsked = false;
 };
 
 // A failed request: the status and what the plug-in's reporter got.

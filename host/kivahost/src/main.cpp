@@ -2,12 +2,14 @@
 // line.
 
 #include "Commands.h"
+#include "Pictures.h"
 #include "PlugIn.h"
 
 #include <orb/app/App.h>
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -44,6 +46,18 @@ int main(int argc, char** argv) {
   decode->add_option("--frames", frames, "number of frames (default: to the end)")
       ->check(CLI::NonNegativeNumber);
 
+  int frameIndex = 0;
+  std::string size = "0x0";
+  CLI::App* frame = cli.add_subcommand("frame", "write one video frame as PNG");
+  frame->add_option("FILE", file, "media file")->required();
+  frame->add_option("--index", frameIndex, "frame number, from 0")->check(CLI::NonNegativeNumber);
+  frame->add_option("--size", size, "WIDTHxHEIGHT (default: the movie's own)");
+  frame->add_option("-o,--output", output, "the PNG file to write")->required();
+
+  CLI::App* preview = cli.add_subcommand("preview", "waveforms and frames of a file as PNG");
+  preview->add_option("FILE", file, "media file")->required();
+  preview->add_option("-o,--output", output, "the PNG file to write")->required();
+
   std::string samplePath = KIVAHOST_DEMO_SAMPLE;
   std::string outputDirectory = std::filesystem::path(samplePath).parent_path().string();
   CLI::App* demo = cli.add_subcommand("demo", "run the plug-in on the sample the build made");
@@ -60,6 +74,16 @@ int main(int argc, char** argv) {
     if (info->parsed()) return kivahost::RunInfo(plugIn, json);
     if (probe->parsed()) return kivahost::RunProbe(plugIn, file, json);
     if (decode->parsed()) return kivahost::RunDecode(plugIn, file, output, start, frames);
+    if (frame->parsed()) {
+      int width = 0;
+      int height = 0;
+      if (std::sscanf(size.c_str(), "%dx%d", &width, &height) != 2 || width < 0 || height < 0) {
+        std::cerr << "kivahost: --size takes WIDTHxHEIGHT, such as 640x360\n";
+        return 2;
+      }
+      return kivahost::RunFrame(plugIn, file, frameIndex, width, height, output);
+    }
+    if (preview->parsed()) return kivahost::RunPreview(plugIn, file, output);
     return kivahost::RunDemo(plugIn, samplePath, outputDirectory);
   } catch (const std::exception& error) {
     std::cerr << "kivahost: " << error.what() << '\n';

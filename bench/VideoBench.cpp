@@ -1,0 +1,104 @@
+// Video frames through the plug-in, measured against the ffmpeg command in the same run:
+//   sequential FILE   every frame in order at 640x360: frames per second
+//   random FILE       single frames at random times: median and 99th percentile latency
+// The plug-in is loaded from its bundle the way a host loads it.
+
+#include "OpenedFile.h"
+#include "PlugIn.h"
+
+#include <orb/app/App.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double Seconds(Clock::time_point since) {
+  return std::chrono::duration<double>(Clock::now() - since).count();
+}
+
+double Percentile(std::vector<double> values, double fraction) {
+  std::sort(values.begin(), values.end());
+  return values[std::min(values.size() - 1, static_cast<std::size_t>(fraction * values.size()))];
+}
+
+const std::string kScale = "scale=640:360:flags=bicubic+accurate_rnd+full_chroma_int";
+
+double Command(const std::string& command) {
+  const auto start = Clock::now();
+  if (std::system(command.c_str()) != 0) std::cerr << "failed: " << command << '\n';
+  return Seconds(start);
+}
+
+void Sequential(const kivahost::PlugIn& plugIn, const std::string& path) {
+  std::vector<double> ours;
+  std::vector<double> theirs;
+  int frames = 0;
+  for (int round = 0; round < 3; ++round) {
+    {
+      kivahost::OpenedFile file(plugIn, path);
+      frames = file.Format().video.facts.frameCount;
+      std::vector<std::uint8_t> pixels;
+      const auto start = Clock::now();
+      for (int i = 0; i < frames; ++i) file.ReadFrame(i, 640, 360, pixels);
+      ours.push_back(frames / Seconds(start));
+    }
+    theirs.push_back(frames / Command("ffmpeg -nostdin -v error -i '" + path + "' -vf " + kScale +
+                                      " -pix_fmt bgra -f null -"));
+  }
+  const double oursRate = Percentile(ours, 0.5);
+  const double theirRate = Percentile(theirs, 0.5);
+  std::printf("sequential %d frames at 640x360 (median of 3): plug-in %.1f fps, ffmpeg %.1f fps, "
+              "ratio %.2f\n",
+              frames, oursRate, theirRate, oursRate / theirRate);
+}
+
+void Random(const kivahost::PlugIn& plugIn, const std::string& path) {
+  kivahost::OpenedFile file(plugIn, path);
+  const auto& video = file.Format().video.facts;
+  std::mt19937 random(11);
+  std::uniform_int_distribution<int> frame(0, video.frameCount - 1);
+  std::vector<std::uint8_t> pixels;
+  file.ReadFrame(0, 640, 360, pixels);  // the picture is set up once, as a host's view is
+  std::vector<double> ours;
+  for (int i = 0; i < 100; ++i) {
+    const int index = frame(random);
+    const auto start = Clock::now();
+    file.ReadFrame(index, 640, 360, pixels);
+    ours.push_back(1000 * Seconds(start));
+  }
+  std::vector<double> theirs;
+  for (int i = 0; i < 20; ++i) {
+    const double time = frame(random) / video.frameRate;
+    theirs.push_back(1000 * Command("ffmpeg -nostdin -v error -ss " + std::to_string(time) + " -i '" +
+                                    path + "' -frames:v 1 -vf " + kScale +
+                                    " -pix_fmt bgra -f null -"));
+  }
+  std::printf("random single frames at 640x360: plug-in median %.1f ms, p99 %.1f ms (100 frames); "
+              "ffmpeg -ss median %.1f ms, p99 %.1f ms (20 frames); median ratio %.2f\n",
+              Percentile(ours, 0.5), Percentile(ours, 0.99), Percentile(theirs, 0.5),
+              Percentile(theirs, 0.99), Percentile(ours, 0.5) / Percentile(theirs, 0.5));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    std::cerr << "usage: video_bench sequential|random FILE\n";
+    return 2;
+  }
+  orb::app::App app;
+  const kivahost::PlugIn plugIn(KIVAQT_BUNDLE);
+  const std::string mode = argv[1];
+  if (mode == "sequential") Sequential(plugIn, argv[2]);
+  if (mode == "random") Random(plugIn, argv[2]);
+  return 0;
+}

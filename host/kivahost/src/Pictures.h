@@ -1,0 +1,18 @@
+// kivahost's picture commands: one video frame, and a preview of a whole file.
+#pragma once
+
+#include "PlugIn.h"
+
+#include <string>
+
+namespace kivahost {
+
+// Writes frame `index` of `path` at width x height (0: the movie's own size) as PNG.
+int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width, int height,
+             const std::string& output);
+
+// Writes one picture with the file's facts, the waveform of every channel and a strip of
+// evenly spaced video frames, everything read through the plug-in.
+int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string& output);
+
+}  // namespace kivahost
