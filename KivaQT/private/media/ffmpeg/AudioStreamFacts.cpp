@@ -179,6 +179,7 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
       continue;
     }
     AudioStreamFacts facts;
+    facts.demuxer = format->iformat;
     facts.streamIndex = static_cast<int>(index);
     facts.parameters.reset(avcodec_parameters_alloc());
     if (!facts.parameters || avcodec_parameters_copy(facts.parameters.get(), parameters) < 0) {

@@ -11,6 +11,8 @@
 namespace kiva::qt::media::ffmpeg {
 
 struct AudioStreamFacts {
+  // The demuxer the file was opened with: later opens skip format probing.
+  const AVInputFormat* demuxer = nullptr;
   int streamIndex = -1;
   CodecParametersPtr parameters;  // as found at open; every decoder is made from these
   AVRational timeBase{0, 1};

@@ -27,7 +27,8 @@ AudioStreamReader::~AudioStreamReader() { av_channel_layout_uninit(&converterLay
 OSErr AudioStreamReader::Open() {
   format.reset();
   AVFormatContext* raw = nullptr;
-  if (const int result = avformat_open_input(&raw, path.c_str(), nullptr, nullptr); result < 0) {
+  if (const int result = avformat_open_input(&raw, path.c_str(), facts.demuxer, nullptr);
+      result < 0) {
     return ToOSErr(result);
   }
   format.reset(raw);

@@ -7,6 +7,8 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <map>
+#include <mutex>
 #include <sstream>
 
 namespace kiva::qt::media::ffmpeg {
@@ -93,9 +95,7 @@ FileTypes FileTypesOf(const AVInputFormat* demuxer, const MimeDatabase& mimeData
   return types;
 }
 
-}  // namespace
-
-bool ReadsSoundOrMovies(const AVInputFormat* demuxer, const MimeDatabase& mimeDatabase) {
+bool DescribesSoundOrMovies(const AVInputFormat* demuxer, const MimeDatabase& mimeDatabase) {
   const FileTypes types = FileTypesOf(demuxer, mimeDatabase);
   std::vector<std::string> known = types.mimeTypes;
   for (const auto& extension : SplitList(demuxer->extensions)) {
@@ -105,6 +105,22 @@ bool ReadsSoundOrMovies(const AVInputFormat* demuxer, const MimeDatabase& mimeDa
   return std::any_of(known.begin(), known.end(), [](const std::string& type) {
     return type.rfind("audio/", 0) == 0 || type.rfind("video/", 0) == 0;
   });
+}
+
+}  // namespace
+
+bool ReadsSoundOrMovies(const AVInputFormat* demuxer, const MimeDatabase& mimeDatabase) {
+  // The answer depends on the demuxer alone: find it once per demuxer.
+  static std::mutex mutex;
+  static std::map<const AVInputFormat*, bool> known;
+  {
+    std::lock_guard lock(mutex);
+    if (const auto found = known.find(demuxer); found != known.end()) return found->second;
+  }
+  const bool reads = DescribesSoundOrMovies(demuxer, mimeDatabase);
+  std::lock_guard lock(mutex);
+  known.emplace(demuxer, reads);
+  return reads;
 }
 
 std::uint32_t SubTypeForDemuxerName(const char* name) {

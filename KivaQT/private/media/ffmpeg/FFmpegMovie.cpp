@@ -211,6 +211,7 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
 
   std::unique_ptr<FFmpegMovie> opened(new FFmpegMovie());
   opened->path = path;
+  opened->demuxer = format->iformat;
   opened->audio = std::make_shared<std::vector<AudioStreamFacts>>(StudyAudioStreams(format.get()));
   opened->timeScale = AudioExactScale(*opened->audio);
 
@@ -315,7 +316,7 @@ namespace kiva::qt::media::ffmpeg {
 
 FFmpegVideoRenderer* FFmpegMovie::Renderer() {
   if (!renderer && videoStream >= 0) {
-    renderer = std::make_unique<FFmpegVideoRenderer>(path, videoStream, videoTimeBase);
+    renderer = std::make_unique<FFmpegVideoRenderer>(path, demuxer, videoStream, videoTimeBase);
   }
   return renderer.get();
 }

@@ -47,6 +47,7 @@ class FFmpegMovie final : public Movie {
   Rect box;
 
   // Video: the first video stream with a decoder, drawn on demand.
+  const AVInputFormat* demuxer = nullptr;
   int videoStream = -1;
   AVRational videoTimeBase{1, 1};
   std::unique_ptr<FFmpegVideoRenderer> renderer;

@@ -34,8 +34,10 @@ int ColorspaceOf(const AVFrame& frame) {
 
 }  // namespace
 
-FFmpegVideoRenderer::FFmpegVideoRenderer(std::string path, int streamIndex, AVRational timeBase)
+FFmpegVideoRenderer::FFmpegVideoRenderer(std::string path, const AVInputFormat* demuxer,
+                                         int streamIndex, AVRational timeBase)
     : path(std::move(path)),
+      demuxer(demuxer),
       streamIndex(streamIndex),
       timeBase(timeBase),
       packet(av_packet_alloc()),
@@ -46,7 +48,7 @@ FFmpegVideoRenderer::FFmpegVideoRenderer(std::string path, int streamIndex, AVRa
 OSErr FFmpegVideoRenderer::Open() {
   if (format) return kNoErr;
   AVFormatContext* raw = nullptr;
-  if (const int result = avformat_open_input(&raw, path.c_str(), nullptr, nullptr); result < 0) {
+  if (const int result = avformat_open_input(&raw, path.c_str(), demuxer, nullptr); result < 0) {
     return ToOSErr(result);
   }
   format.reset(raw);

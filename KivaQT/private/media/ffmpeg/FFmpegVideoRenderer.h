@@ -29,7 +29,9 @@ struct SwsContextDeleter {
 
 class FFmpegVideoRenderer {
  public:
-  FFmpegVideoRenderer(std::string path, int streamIndex, AVRational timeBase);
+  // `demuxer` is the one the file was opened with (later opens skip format probing).
+  FFmpegVideoRenderer(std::string path, const AVInputFormat* demuxer, int streamIndex,
+                      AVRational timeBase);
 
   // Presentation times of the frames, from the first frame's time, in the stream's time base,
   // and each frame's duration.
@@ -55,6 +57,7 @@ class FFmpegVideoRenderer {
   OSErr Scale(const AVFrame& frame, bool highQuality, Offscreen& target);
 
   std::string path;
+  const AVInputFormat* demuxer;
   int streamIndex;
   AVRational timeBase{1, 1};
   FormatContextPtr format;
