@@ -28,6 +28,9 @@ constexpr const char* kFormatName = "$$$/KivaPlugIns/KivaQT/FormatNameQT=QuickTi
 constexpr const char* kImportFilter =
     "$$$/KivaPlugIns/KivaQT/InputFormat=QuickTime (*.mov, *.aac, *.aiff, *.avi, *.m4a, *.mp3, "
     "*.mp4, *.wav, ...)";
+constexpr const char* kUncompressed =
+    "$$$/kiva/KivaQTInterface/Uncompressed=Audio-only .mov format.  Uncompressed PCM audio.";
+constexpr std::uint32_t kMovieFileType = 0x4D4F5620;  // 'MOV '
 constexpr const char* kStreamCount = "$$$/KivaPlugIns/KivaQT/Channels= (@0 streams)";
 constexpr const char* kFormatQT = "$$$/KivaPlugIns/KivaQT/FormatQT=QuickTime: @0";
 constexpr const char* kFormatQTEmpty = "$$$/KivaPlugIns/KivaQT/FormatQTEmpty=QuickTime";
@@ -221,6 +224,58 @@ int KivaQTInterface::ReadVideoFrame(qt::Source& source, KivaReadVideoFrameInterf
   char* destination = request.GetFrameBuffer();
   if (destination == nullptr) return kKivaBadArgument;
   return source.GetVideo(frameIndex, destination) ? kKivaSuccess : kKivaGeneralError;
+}
+
+int KivaQTInterface::GetDefaultExportSettings(KivaFormatInterface& format) {
+  format.SetNumChannels(2);
+  format.SetSampleRate(44100);
+  format.SetSampleType(kAudioSampleType_16Bit);
+  return kKivaSuccess;
+}
+
+int KivaQTInterface::GetExportSettingsInfo(KivaGetExportSettingsInfoInterface& info) {
+  info.SetFirstOption(0);
+  info.SetSecondOption(0);
+  KivaFormatInterface* format = info.GetFormatInterface();
+  if (format == nullptr) return kKivaBadArgument;
+  // Loaded as every export request loads them; the estimate assumes uncompressed PCM anyway.
+  KivaQTPrivateSettings settings;
+  const char16_t* serialized = format->GetPrivateSettings();
+  settings.InitializeFromSerialized(serialized != nullptr ? serialized : u"");
+  std::uint64_t bytesPerSample = 0;
+  switch (format->GetSampleType()) {
+    case kAudioSampleType_8Bit:
+      bytesPerSample = 1;
+      break;
+    case kAudioSampleType_16Bit:
+      bytesPerSample = 2;
+      break;
+    case kAudioSampleType_24Bit:
+      bytesPerSample = 3;
+      break;
+    case kAudioSampleType_32BitFloat:
+      bytesPerSample = 4;
+      break;
+    default:
+      break;
+  }
+  std::uint64_t estimate = bytesPerSample * static_cast<std::uint64_t>(format->GetSampleCount()) *
+                           static_cast<std::uint64_t>(format->GetNumChannels());
+  for (std::uint32_t index = 0; index < format->GetMetadataCount(); ++index) {
+    std::u16string text;
+    std::int64_t size = 0;
+    std::u16string value;
+    if (format->GetMetadataItem(index, text, size, value)) {
+      estimate += static_cast<std::uint64_t>(size);
+    }
+  }
+  estimate += 2048;
+  info.SetEstimatedFileSize(static_cast<std::int64_t>(estimate));
+  format->SetMimeType("video/quicktime");
+  format->SetFileType(kMovieFileType);
+  format->SetFileCreator(0);
+  info.SetDescription(Localize(kUncompressed));
+  return kKivaSuccess;
 }
 
 void KivaQTInterface::SetExtendedError(qt::Source::ExtendedErrorInfo info) {

@@ -16,6 +16,8 @@ class KivaQTInterface : public KivaInterfaceTemplate<qt::Source, qt::Source> {
   int GetFormat(qt::Source& source, KivaFormatInterface& format) override;
   int ReadSamples(qt::Source& source, KivaReadSamplesInterface& read) override;
   int ReadVideoFrame(qt::Source& source, KivaReadVideoFrameInterface& request) override;
+  int GetDefaultExportSettings(KivaFormatInterface& format) override;
+  int GetExportSettingsInfo(KivaGetExportSettingsInfoInterface& info) override;
 
   // Sends the coded "could not open" text for an open error, if one was recorded.
   void SetExtendedError(qt::Source::ExtendedErrorInfo info);

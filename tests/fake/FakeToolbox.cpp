@@ -15,6 +15,14 @@ std::shared_ptr<FakeComponent> MakeImporter(const char (&subType)[5],
   return importer;
 }
 
+std::shared_ptr<FakeComponent> MakeExporter(const char (&subType)[5]) {
+  auto exporter = std::make_shared<FakeComponent>();
+  exporter->description.componentType = qt::media::kMovieExportType;
+  exporter->description.componentSubType = qt::media::FourCharCode(subType);
+  exporter->description.componentFlags = qt::media::kCanMovieExportValidateMovie;
+  return exporter;
+}
+
 FakeToolbox& FakeToolbox::Instance() {
   static FakeToolbox toolbox;
   return toolbox;

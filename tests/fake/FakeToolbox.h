@@ -33,6 +33,9 @@ class FakeComponent final : public qt::media::Component {
   int openCalls = 0;
 };
 
+// An exporter of the given subtype, as the export catalogue searches for.
+std::shared_ptr<FakeComponent> MakeExporter(const char (&subType)[5]);
+
 // An importer that can import files and publishes a MIME list, as the plug-in searches for.
 std::shared_ptr<FakeComponent> MakeImporter(const char (&subType)[5],
                                             std::vector<std::string> mimeTypes,
@@ -46,7 +49,11 @@ class FakeToolbox final : public qt::media::Toolbox {
   qt::media::OSErr GetVersion(std::int32_t& response) override;
   qt::media::OSErr Start() override;
   void Stop() override;
-  std::vector<std::shared_ptr<qt::media::Component>> GetComponents() override { return components; }
+  std::vector<std::shared_ptr<qt::media::Component>> GetComponents() override {
+    ++getComponentsCalls;
+    return components;
+  }
+  int getComponentsCalls = 0;
   // Hands out the movie staged for the path, or `openError`.
   qt::media::OSErr NewMovieFromPath(const std::string& path,
                                     std::unique_ptr<qt::media::Movie>& movie) override;

@@ -1,6 +1,7 @@
 // The FFmpeg adapter's toolbox against the libraries and MIME database of this machine.
 
 #include "KivaQTInterface.h"
+#include "QTExportCatalogue.h"
 #include "QTExtensions.h"
 #include "QTMediaLayer.h"
 #include "TraceCapture.h"
@@ -88,7 +89,25 @@ TEST(FFmpegImporters, OneImporterPerDemuxer) {
   std::size_t demuxers = 0;
   void* iterator = nullptr;
   while (av_demuxer_iterate(&iterator) != nullptr) ++demuxers;
-  EXPECT_EQ(qt::media::DefaultToolbox().GetComponents().size(), demuxers);
+  qt::media::ComponentDescription importers;
+  importers.componentType = qt::media::kMovieImportType;
+  EXPECT_EQ(qt::media::DefaultToolbox().FindComponents(importers).size(), demuxers);
+}
+
+TEST(FFmpegExporters, CatalogueStartsWithPcmAndHoldsTheCommonFormats) {
+  std::vector<qt::media::ComponentDescription> catalogue;
+  qt::GetExportComponentDescriptions(catalogue);
+  ASSERT_FALSE(catalogue.empty());
+  EXPECT_EQ(catalogue[0].componentSubType, qt::media::FourCharCode("lpcm"));
+  std::vector<std::string> names;
+  for (const auto& entry : catalogue) {
+    EXPECT_EQ(entry.componentType, qt::media::kMovieExportType);
+    EXPECT_EQ(entry.componentFlags, 0x10u);
+    names.push_back(qt::ExtensionFromSubType(entry.componentSubType, false));
+  }
+  // Debian's FFmpeg has all of these encoders; FLAC and Opus are refused in .mov by the muxer.
+  EXPECT_EQ(names, (std::vector<std::string>{"lpcm", "aac", "alac", "ac3", "mp3", "alaw", "ulaw",
+                                             "ima4"}));
 }
 
 TEST(FFmpegImporters, WavReaderTakesItsTypesFromTheWavWriterAndTheDatabase) {

@@ -372,8 +372,6 @@ TEST(EntryPoint, OperationsNotOfferedAnswerNotSupported) {
   qt::Source source;
   StrictMock<kiva::test::MockFormat> format;
   EXPECT_CALL(format, GetErrorReporter()).WillRepeatedly(Return(nullptr));
-  StrictMock<kiva::test::MockGetExportSettingsInfo> settingsInfo;
-  EXPECT_CALL(settingsInfo, GetErrorReporter()).WillOnce(Return(nullptr));
   StrictMock<kiva::test::MockWriteSamples> samples;
   EXPECT_CALL(samples, GetErrorReporter()).WillOnce(Return(nullptr));
   StrictMock<kiva::test::MockFinishWrite> finish;
@@ -381,10 +379,6 @@ TEST(EntryPoint, OperationsNotOfferedAnswerNotSupported) {
   EXPECT_CALL(finish, GetFormat()).WillOnce(Return(&format));
   EXPECT_CALL(finish, GetFinishFlag()).WillOnce(Return(false));
 
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelGetDefaultExportSettings, nullptr, &format),
-            kKivaNotSupported);
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelGetExportSettingsInfo, nullptr, &settingsInfo),
-            kKivaNotSupported);
   EXPECT_EQ(kivaInterface.EntryPoint(kSelWriteSamples, &source, &samples), kKivaNotSupported);
   EXPECT_EQ(kivaInterface.EntryPoint(kSelFinishWrite, &source, &finish), kKivaNotSupported);
 }

@@ -1,5 +1,6 @@
 #include "FFmpegToolbox.h"
 
+#include "FFmpegExporter.h"
 #include "FFmpegFormatCodes.h"
 #include "FFmpegImporter.h"
 #include "FFmpegMovie.h"
@@ -70,9 +71,12 @@ std::string FFmpegToolbox::GetCompressionName(std::uint32_t formatCode) {
 
 std::vector<std::shared_ptr<Component>> FFmpegToolbox::GetComponents() {
   // The linked libraries' formats never change while the module is loaded.
-  static const std::vector<std::shared_ptr<Component>> importers =
-      MakeImporters(MimeDatabase::System());
-  return importers;
+  static const std::vector<std::shared_ptr<Component>> components = [] {
+    std::vector<std::shared_ptr<Component>> all = MakeImporters(MimeDatabase::System());
+    for (auto& exporter : MakeExporters()) all.push_back(std::move(exporter));
+    return all;
+  }();
+  return components;
 }
 
 }  // namespace kiva::qt::media::ffmpeg

@@ -14,7 +14,7 @@ class FFmpegToolbox final : public Toolbox {
   void Stop() override;
   OSErr NewMovieFromPath(const std::string& path, std::unique_ptr<Movie>& movie) override;
   std::string GetCompressionName(std::uint32_t formatCode) override;
-  // One importer per demuxer.
+  // One importer per demuxer, then the exporters.
   std::vector<std::shared_ptr<Component>> GetComponents() override;
 };
 
