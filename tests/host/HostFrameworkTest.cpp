@@ -18,14 +18,20 @@ namespace fs = std::filesystem;
 class ResourceBundle : public ::testing::Test {
  protected:
   void SetUp() override {
-    bundle = fs::path(::testing::TempDir()) / "Probe.bundle";
+    // Tests run in parallel processes: each gets a bundle of its own.
+    bundle = fs::path(::testing::TempDir()) /
+             (std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) +
+              ".bundle");
     fs::create_directories(bundle / "Contents" / "Resources");
     std::ofstream(bundle / "Contents" / "Resources" / "FormatOptions.ui") << "<ui/>";
     std::ofstream(bundle / "Contents" / "Resources" / "Icon.png") << "1x";
     std::ofstream(bundle / "Contents" / "Resources" / "Icon@2x.png") << "2x";
     std::ofstream(bundle / "Contents" / "Info.plist") << "";
   }
-  void TearDown() override { fs::remove_all(bundle); }
+  void TearDown() override {
+    std::error_code ignored;
+    fs::remove_all(bundle, ignored);
+  }
   fs::path bundle;
 };
 
