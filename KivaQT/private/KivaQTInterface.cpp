@@ -14,6 +14,7 @@
 #include <noxcore/utility/Strings.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -276,6 +277,115 @@ int KivaQTInterface::GetExportSettingsInfo(KivaGetExportSettingsInfoInterface& i
   format->SetFileCreator(0);
   info.SetDescription(Localize(kUncompressed));
   return kKivaSuccess;
+}
+
+namespace {
+
+// The session's bytes per sample for a host sample-type code; 0 for codes it does not know.
+std::int32_t BytesPerSampleOf(std::int32_t code) {
+  switch (code) {
+    case kAudioSampleType_8Bit:
+      return 1;
+    case kAudioSampleType_16Bit:
+      return 2;
+    case kAudioSampleType_24Bit:
+      return 3;
+    case kAudioSampleType_32BitFloat:
+      return 4;
+    default:
+      return 0;
+  }
+}
+
+}  // namespace
+
+int KivaQTInterface::WriteStart(KivaWriteStartInterface& start, qt::Source*& source) {
+  KivaFormatInterface* format = start.GetFormat();
+  if (format == nullptr) return kKivaGeneralError;
+  if (format->GetSampleCount() == 0) {
+    if (KivaErrorReporter* reporter = start.GetErrorReporter()) {
+      reporter->SetErrorText(Localize(messages::kZeroLengthNotSupported).c_str());
+    }
+    return kKivaGeneralError;
+  }
+  KivaQTPrivateSettings settings;
+  const char16_t* serialized = format->GetPrivateSettings();
+  settings.InitializeFromSerialized(serialized != nullptr ? serialized : u"");
+
+  std::vector<std::uint32_t> labels;
+  const std::int32_t channels = format->GetNumChannels();
+  if (channels == 1) {
+    // One channel is mono, whatever the host calls it.
+    labels.push_back(qt::media::kAudioChannelLabel_Mono);
+  } else {
+    for (std::int32_t c = 0; c < channels; ++c) {
+      labels.push_back(qt::TranslateChannelLabel_KivaToQT(
+          static_cast<noxmediatypes::AudioChannelLabel>(format->GetChannelLabel(c))));
+    }
+  }
+  format = start.GetFormat();
+  if (format == nullptr) return kKivaGeneralError;
+  const std::int32_t sampleType = BytesPerSampleOf(format->GetSampleType());
+  if (sampleType == 0) return kKivaGeneralError;
+
+  auto session = std::make_unique<qt::Source>();
+  session->SetAtomicSetting(settings.GetAtomicContainer());
+  session->SetFileFormatIndex(settings.GetFormatIndex());
+  const char16_t* filePath = start.GetFilePath();
+  const std::u16string path = filePath != nullptr ? filePath : u"";
+  qt::Source::ExtendedErrorInfo info;
+  if (!session->InitializeForWrite(path, format->GetSampleRate(), labels, sampleType, info)) {
+    session.reset();
+    source = nullptr;
+    SendMessage(noxcore::utility::ReplaceInString(
+        Localize(messages::kWriteStartGeneral), noxcore::utility::NumberToString(info.code), path));
+    return kKivaGeneralError;
+  }
+  source = session.release();
+  return kKivaSuccess;
+}
+
+int KivaQTInterface::WriteSamples(qt::Source& source, KivaWriteSamplesInterface& samples) {
+  const std::int32_t channels = source.GetNumChannels();
+  // A block must continue the stream exactly: no gaps, no rewriting.
+  if (samples.GetStartSample() != source.GetSamplesReceived()) return kKivaBadArgument;
+  for (std::int32_t c = 0; c < channels; ++c) {
+    if (samples.GetChannelBuffer(c) == nullptr) return kKivaBadArgument;
+  }
+  const std::int64_t frames = samples.GetSampleCount();
+  if (frames < 0 || (static_cast<std::uint64_t>(frames) >> 32) > 0) return kKivaBadArgument;
+  KivaFormatInterface* format = samples.GetFormat();
+  const std::int32_t bytesPerSample =
+      format != nullptr ? BytesPerSampleOf(format->GetSampleType()) : 0;
+  // A block in another sample format than the session's would be read with the wrong width.
+  if (bytesPerSample != source.GetSampleType()) return kKivaBadArgument;
+  const std::uint64_t total = static_cast<std::uint64_t>(frames) *
+                              static_cast<std::uint64_t>(bytesPerSample) *
+                              static_cast<std::uint64_t>(std::max(channels, 0));
+  if (total >= 2147483648ull || channels < 1) return kKivaBadArgument;
+
+  std::vector<std::uint8_t> interleaved(static_cast<std::size_t>(total));
+  const std::size_t width = static_cast<std::size_t>(bytesPerSample);
+  const std::size_t step = width * static_cast<std::size_t>(channels);
+  for (std::int32_t c = 0; c < channels; ++c) {
+    const auto* from = reinterpret_cast<const std::uint8_t*>(samples.GetChannelBuffer(c));
+    if (from == nullptr) return kKivaBadArgument;
+    std::uint8_t* to = interleaved.data() + static_cast<std::size_t>(c) * width;
+    for (std::int64_t f = 0; f < frames; ++f, from += width, to += step) {
+      std::memcpy(to, from, width);
+    }
+  }
+  return source.WriteSamples(interleaved.data(), static_cast<std::int32_t>(frames))
+             ? kKivaSuccess
+             : kKivaWriteAudioFailed;
+}
+
+int KivaQTInterface::FinishWrite(qt::Source& source, bool /*finishFlag*/,
+                                 const KivaFormatInterface& /*format*/) {
+  const bool finished = source.FinishSamples();
+  // The session ends here whether or not the movie could be finished; its file stays.
+  delete &source;
+  return finished ? kKivaSuccess : kKivaGeneralError;
 }
 
 void KivaQTInterface::SetExtendedError(qt::Source::ExtendedErrorInfo info) {

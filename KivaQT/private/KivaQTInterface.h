@@ -18,6 +18,9 @@ class KivaQTInterface : public KivaInterfaceTemplate<qt::Source, qt::Source> {
   int ReadVideoFrame(qt::Source& source, KivaReadVideoFrameInterface& request) override;
   int GetDefaultExportSettings(KivaFormatInterface& format) override;
   int GetExportSettingsInfo(KivaGetExportSettingsInfoInterface& info) override;
+  int WriteStart(KivaWriteStartInterface& start, qt::Source*& source) override;
+  int WriteSamples(qt::Source& source, KivaWriteSamplesInterface& samples) override;
+  int FinishWrite(qt::Source& source, bool finishFlag, const KivaFormatInterface& format) override;
 
   // Sends the coded "could not open" text for an open error, if one was recorded.
   void SetExtendedError(qt::Source::ExtendedErrorInfo info);

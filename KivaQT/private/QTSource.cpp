@@ -1,9 +1,12 @@
 #include "QTSource.h"
 
 #include "QTChannelLayout.h"
+#include "QTExportCatalogue.h"
 #include "Trace.h"
 #include "media/Toolbox.h"
 
+#include <noxcore/config/Error.h>
+#include <noxcore/filesupport/File.h>
 #include <noxcore/utility/Strings.h>
 
 #include <algorithm>
@@ -196,9 +199,151 @@ void Source::Close() {
   audioStreamCount = 0;
   videoStreamCount = 0;
   FreeWriteResources();
+  FreeAtomicSettings();
 }
 
-void Source::FreeWriteResources() { movie.reset(); }
+void Source::FreeWriteResources() {
+  if (dataHandler) {
+    dataHandler->Close();
+    dataHandler.reset();
+  }
+  soundDescription.reset();
+  media = false;
+  track = false;
+  movie.reset();
+  compressing = false;
+}
+
+void Source::SetAtomicSetting(Handle handle) {
+  FreeAtomicSettings();
+  if (handle == nullptr) return;
+  const std::size_t size = GetHandleSize(handle);
+  atomicSettings = NewHandle(size);
+  if (atomicSettings == nullptr) return;
+  std::memset(*atomicSettings, 0, size);
+  if (size > 0 && *handle != nullptr) std::memcpy(*atomicSettings, *handle, size);
+}
+
+void Source::FreeAtomicSettings() {
+  DisposeHandle(atomicSettings);
+  atomicSettings = nullptr;
+}
+
+std::unique_ptr<Source> Source::OpenForWrite(const std::u16string& path, std::int32_t rate,
+                                             const std::vector<std::uint32_t>& labels,
+                                             std::int32_t type, ExtendedErrorInfo& info) {
+  auto source = std::make_unique<Source>();
+  if (!source->InitializeForWrite(path, rate, labels, type, info)) return nullptr;
+  return source;
+}
+
+bool Source::InitializeForWrite(const std::u16string& path, std::int32_t rate,
+                                const std::vector<std::uint32_t>& labels, std::int32_t type,
+                                ExtendedErrorInfo& /*info*/) {
+  samplesReceived = 0;
+  FreeWriteResources();
+  filePath = path;
+  exportSampleRate = rate;
+  sampleType = type;
+  numChannels = static_cast<std::int32_t>(labels.size());
+  if (!CreateMovieForWrite() || !SetupAudioForExport(labels)) {
+    FreeWriteResources();
+    return false;
+  }
+  return true;
+}
+
+bool Source::CreateMovieForWrite() {
+  if (filePath.empty()) return false;
+  std::string nativePath;
+  if (noxcore::utility::UTF16to8(filePath, nativePath) &&
+      media::DefaultToolbox().CreateMovieStorage(nativePath, dataHandler) == media::kNoErr) {
+    return true;
+  }
+  dataHandler.reset();
+  // A file that could not be made into a movie is not left behind half-replaced.
+  try {
+    const noxcore::filesupport::File file(filePath);
+    if (file.Exists()) file.Delete();
+  } catch (const noxcore::config::HostError&) {
+  }
+  return false;
+}
+
+bool Source::SetupAudioForExport(const std::vector<std::uint32_t>& labels) {
+  if (static_cast<std::int32_t>(labels.size()) != numChannels || labels.empty()) return false;
+  auto format = std::make_unique<media::SoundFormat>();
+  media::AudioStreamBasicDescription& description = format->description;
+  const auto channels = static_cast<std::uint32_t>(numChannels);
+  const auto bytes = static_cast<std::uint32_t>(sampleType);
+  description.mSampleRate = exportSampleRate;
+  description.mFormatID = media::kAudioFormatLinearPCM;
+  switch (sampleType) {
+    case 1:
+      description.mFormatFlags = media::kAudioFormatFlagIsPacked;
+      break;
+    case 2:
+    case 3:
+      description.mFormatFlags =
+          media::kAudioFormatFlagIsSignedInteger | media::kAudioFormatFlagIsPacked;
+      break;
+    case 4:
+      description.mFormatFlags = media::kAudioFormatFlagIsFloat;
+      break;
+    default:
+      return false;
+  }
+  description.mBytesPerPacket = bytes * channels;
+  description.mFramesPerPacket = 1;
+  description.mBytesPerFrame = bytes * channels;
+  description.mChannelsPerFrame = channels;
+  description.mBitsPerChannel = 8 * bytes;
+  format->layout.mChannelLayoutTag = media::kAudioChannelLayoutTag_UseChannelDescriptions;
+  for (const std::uint32_t label : labels) {
+    media::AudioChannelDescription channel;
+    channel.mChannelLabel = label;
+    format->layout.mChannelDescriptions.push_back(channel);
+  }
+  soundDescription = std::move(format);
+  const std::vector<media::ComponentDescription> catalogue = CurrentExportComponentDescriptions();
+  if (fileFormatIndex > 0 && static_cast<std::size_t>(fileFormatIndex) < catalogue.size() &&
+      !SetupCompressedAudio(catalogue[static_cast<std::size_t>(fileFormatIndex)])) {
+    return false;
+  }
+  if (dataHandler->NewSoundTrack() != media::kNoErr) return false;
+  track = true;
+  if (dataHandler->NewSoundMedia(exportSampleRate, *soundDescription) != media::kNoErr) {
+    return false;
+  }
+  media = true;
+  return dataHandler->BeginMediaEdits() == media::kNoErr;
+}
+
+bool Source::SetupCompressedAudio(const media::ComponentDescription& /*entry*/) { return false; }
+
+bool Source::WriteSamples(const void* data, std::int32_t frames) {
+  if (!dataHandler || !soundDescription || frames < 0) return false;
+  const std::size_t size = static_cast<std::size_t>(frames) *
+                           static_cast<std::size_t>(numChannels) *
+                           static_cast<std::size_t>(sampleType);
+  if (dataHandler->AddMediaSample(data, size, 1, *soundDescription, frames) != media::kNoErr) {
+    return false;
+  }
+  samplesReceived += frames;
+  return true;
+}
+
+bool Source::FinishSamples() {
+  if (media && dataHandler) {
+    if (dataHandler->EndMediaEdits() != media::kNoErr) return false;
+    if (track && dataHandler->InsertMediaIntoTrack(0, 0, dataHandler->GetMediaDuration(),
+                                                   0x10000) != media::kNoErr) {
+      return false;
+    }
+  }
+  if (!dataHandler) return true;
+  return dataHandler->AddMovieToStorage() == media::kNoErr;
+}
 
 std::int32_t Source::GetVideoFrameCount() const {
   if (frameDuration < 1) return 0;

@@ -2,8 +2,10 @@
 // an opaque handle and destroys it through CloseForRead or FinishWrite.
 #pragma once
 
+#include "MemoryHandle.h"
 #include "media/AudioExtraction.h"
 #include "media/Movie.h"
+#include "media/MovieStorage.h"
 #include "media/SoundDescription.h"
 
 #include <cstdint>
@@ -87,9 +89,32 @@ class Source {
   bool AllocateAudioBuffers(std::int32_t frames);
   void DeAllocateAudioBuffers();
 
- private:
+  // Write side. A new source writing `path`, or null (the file is then not, or only emptily,
+  // made).
+  static std::unique_ptr<Source> OpenForWrite(const std::u16string& path, std::int32_t rate,
+                                              const std::vector<std::uint32_t>& labels,
+                                              std::int32_t sampleType, ExtendedErrorInfo& info);
+  // `labels` are the media layer's channel labels; `sampleType` is the bytes per sample, 1..4.
+  bool InitializeForWrite(const std::u16string& path, std::int32_t rate,
+                          const std::vector<std::uint32_t>& labels, std::int32_t sampleType,
+                          ExtendedErrorInfo& info);
+  bool CreateMovieForWrite();
+  bool SetupAudioForExport(const std::vector<std::uint32_t>& labels);
+  bool SetupCompressedAudio(const media::ComponentDescription& entry);
+  // Keeps a copy of the exporter settings (null: none).
+  void SetAtomicSetting(Handle handle);
+  void FreeAtomicSettings();
+  void SetFileFormatIndex(std::int32_t index) { fileFormatIndex = index; }
+  std::int32_t GetFileFormatIndex() const { return fileFormatIndex; }
+  std::int64_t GetSamplesReceived() const { return samplesReceived; }
+  std::int32_t GetSampleType() const { return sampleType; }
+  // Appends `frames` interleaved frames in the session's format.
+  bool WriteSamples(const void* data, std::int32_t frames);
+  // Ends the media, puts it into the track and writes the movie into the file.
+  bool FinishSamples();
   void FreeWriteResources();
 
+ private:
   std::u16string filePath;
   std::unique_ptr<media::Movie> movie;
   std::int32_t videoTimeScale = 0;
@@ -121,6 +146,18 @@ class Source {
   double videoScalingFactor = 1.0;
   std::uint32_t parHorizontal = 1;
   std::uint32_t parVertical = 1;
+
+  // Write side (filePath, movie... are shared with the read side).
+  std::int32_t sampleType = 0;  // bytes per sample, 1..4
+  std::int32_t exportSampleRate = 44100;
+  std::unique_ptr<media::SoundFormat> soundDescription;
+  std::unique_ptr<media::MovieStorage> dataHandler;  // the movie being written
+  bool track = false;
+  bool media = false;
+  std::int64_t samplesReceived = 0;
+  Handle atomicSettings = nullptr;
+  std::int32_t fileFormatIndex = 0;
+  bool compressing = false;
 };
 
 }  // namespace kiva::qt

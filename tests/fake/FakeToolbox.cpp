@@ -53,6 +53,15 @@ qt::media::OSErr FakeToolbox::NewMovieFromPath(const std::string& path,
   return qt::media::kNoErr;
 }
 
+qt::media::OSErr FakeToolbox::CreateMovieStorage(const std::string& path,
+                                                 std::unique_ptr<qt::media::MovieStorage>& made) {
+  createdPaths.push_back(path);
+  if (createError != 0) return createError;
+  storage = StorageRecord{};
+  made = std::make_unique<FakeMovieStorage>(storage, storageScript);
+  return 0;
+}
+
 std::string FakeToolbox::GetCompressionName(std::uint32_t formatCode) {
   const auto found = compressionNames.find(formatCode);
   return found != compressionNames.end() ? found->second : std::string();

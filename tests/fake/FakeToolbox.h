@@ -2,6 +2,7 @@
 #pragma once
 
 #include "FakeMovie.h"
+#include "FakeMovieStorage.h"
 #include "media/Toolbox.h"
 
 #include <functional>
@@ -58,12 +59,19 @@ class FakeToolbox final : public qt::media::Toolbox {
   qt::media::OSErr NewMovieFromPath(const std::string& path,
                                     std::unique_ptr<qt::media::Movie>& movie) override;
   std::string GetCompressionName(std::uint32_t formatCode) override;
+  // A storage recording into `storage`, or `createError`.
+  qt::media::OSErr CreateMovieStorage(const std::string& path,
+                                      std::unique_ptr<qt::media::MovieStorage>& made) override;
 
   // Script.
   std::vector<std::shared_ptr<qt::media::Component>> components;
   std::map<std::string, std::function<std::unique_ptr<FakeMovie>()>> movies;
   qt::media::OSErr openError = -43;
   std::map<std::uint32_t, std::string> compressionNames;
+  qt::media::OSErr createError = 0;
+  StorageScript storageScript;
+  StorageRecord storage;
+  std::vector<std::string> createdPaths;
   qt::media::OSErr versionError = qt::media::kNoErr;
   std::int32_t versionResponse = 59 << 16;
   qt::media::OSErr startError = qt::media::kNoErr;

@@ -295,13 +295,6 @@ TEST(EntryPoint, SuccessfulWriteStartHandsTheNewSourceToTheHost) {
   EXPECT_EQ(probe.EntryPoint(kSelWriteStart, nullptr, &start), kKivaSuccess);
 }
 
-TEST(EntryPoint, WriteStartIsNotSupportedByDefault) {
-  KivaQTInterface kivaInterface;
-  StrictMock<kiva::test::MockWriteStart> start;
-  EXPECT_CALL(start, GetErrorReporter()).WillOnce(Return(nullptr));
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelWriteStart, nullptr, &start), kKivaNotSupported);
-}
-
 void RunExportDialog(bool userCancels) {
   ProbeInterface probe;
   probe.userCancels = userCancels;
@@ -365,22 +358,6 @@ TEST(EntryPoint, InitializeAndTerminateNeedNoPointers) {
   KivaQTInterface kivaInterface;
   EXPECT_EQ(kivaInterface.EntryPoint(kSelInitialize, nullptr, nullptr), kKivaSuccess);
   EXPECT_EQ(kivaInterface.EntryPoint(kSelTerminate, nullptr, nullptr), kKivaSuccess);
-}
-
-TEST(EntryPoint, OperationsNotOfferedAnswerNotSupported) {
-  KivaQTInterface kivaInterface;
-  qt::Source source;
-  StrictMock<kiva::test::MockFormat> format;
-  EXPECT_CALL(format, GetErrorReporter()).WillRepeatedly(Return(nullptr));
-  StrictMock<kiva::test::MockWriteSamples> samples;
-  EXPECT_CALL(samples, GetErrorReporter()).WillOnce(Return(nullptr));
-  StrictMock<kiva::test::MockFinishWrite> finish;
-  EXPECT_CALL(finish, GetErrorReporter()).WillOnce(Return(nullptr));
-  EXPECT_CALL(finish, GetFormat()).WillOnce(Return(&format));
-  EXPECT_CALL(finish, GetFinishFlag()).WillOnce(Return(false));
-
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelWriteSamples, &source, &samples), kKivaNotSupported);
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelFinishWrite, &source, &finish), kKivaNotSupported);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "Component.h"
 #include "MediaStatus.h"
 #include "Movie.h"
+#include "MovieStorage.h"
 
 #include <cstdint>
 #include <memory>
@@ -28,6 +29,10 @@ class Toolbox {
   // Opens the movie in the file at `path` (UTF-8). Errors: kFileNotFoundErr, kPermissionErr,
   // kIOErr, kMemFullErr, kInvalidMovieErr.
   virtual OSErr NewMovieFromPath(const std::string& path, std::unique_ptr<Movie>& movie) = 0;
+
+  // Creates the file at `path` (UTF-8) for a new movie, replacing any file there.
+  virtual OSErr CreateMovieStorage(const std::string& path,
+                                   std::unique_ptr<MovieStorage>& storage) = 0;
 
   // The name of a coding by its four-character code ("" when unknown).
   virtual std::string GetCompressionName(std::uint32_t formatCode) = 0;

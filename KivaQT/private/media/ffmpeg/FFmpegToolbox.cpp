@@ -4,6 +4,7 @@
 #include "FFmpegFormatCodes.h"
 #include "FFmpegImporter.h"
 #include "FFmpegMovie.h"
+#include "FFmpegMovieStorage.h"
 #include "MimeDatabase.h"
 
 #include "../../Trace.h"
@@ -63,6 +64,11 @@ void FFmpegToolbox::Stop() { av_log_set_callback(av_log_default_callback); }
 
 OSErr FFmpegToolbox::NewMovieFromPath(const std::string& path, std::unique_ptr<Movie>& movie) {
   return FFmpegMovie::Open(path, movie);
+}
+
+OSErr FFmpegToolbox::CreateMovieStorage(const std::string& path,
+                                        std::unique_ptr<MovieStorage>& storage) {
+  return FFmpegMovieStorage::Create(path, storage);
 }
 
 std::string FFmpegToolbox::GetCompressionName(std::uint32_t formatCode) {

@@ -14,6 +14,8 @@ class FFmpegToolbox final : public Toolbox {
   void Stop() override;
   OSErr NewMovieFromPath(const std::string& path, std::unique_ptr<Movie>& movie) override;
   std::string GetCompressionName(std::uint32_t formatCode) override;
+  OSErr CreateMovieStorage(const std::string& path,
+                           std::unique_ptr<MovieStorage>& storage) override;
   // One importer per demuxer, then the exporters.
   std::vector<std::shared_ptr<Component>> GetComponents() override;
 };
