@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Export.h"
 #include "OpenedFile.h"
 #include "Pictures.h"
 
@@ -236,7 +237,17 @@ int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
       status != 0) {
     return status;
   }
-  return RunPreview(plugIn, samplePath, outputDirectory + "/demo-preview.png");
+  if (const int status = RunPreview(plugIn, samplePath, outputDirectory + "/demo-preview.png");
+      status != 0) {
+    return status;
+  }
+  std::cout << '\n';
+  const std::string exported = outputDirectory + "/demo-export.mov";
+  if (const int status = RunExport(plugIn, samplePath, exported, "", "16"); status != 0) {
+    return status;
+  }
+  std::cout << "\nRead back:\n";
+  return RunProbe(plugIn, exported, false);
 }
 
 }  // namespace kivahost

@@ -2,6 +2,7 @@
 // line.
 
 #include "Commands.h"
+#include "Export.h"
 #include "Pictures.h"
 #include "PlugIn.h"
 
@@ -58,6 +59,15 @@ int main(int argc, char** argv) {
   preview->add_option("FILE", file, "media file")->required();
   preview->add_option("-o,--output", output, "the PNG file to write")->required();
 
+  std::string settings;
+  std::string sampleType = "16";
+  CLI::App* exportCommand =
+      cli.add_subcommand("export", "read a file through the plug-in into a new QuickTime movie");
+  exportCommand->add_option("FILE", file, "media file to read")->required();
+  exportCommand->add_option("-o,--output", output, "the movie to write")->required();
+  exportCommand->add_option("--settings", settings, "private settings string");
+  exportCommand->add_option("--sample-type", sampleType, "8, 16, 24 or 32f")->capture_default_str();
+
   std::string samplePath = KIVAHOST_DEMO_SAMPLE;
   std::string outputDirectory = std::filesystem::path(samplePath).parent_path().string();
   CLI::App* demo = cli.add_subcommand("demo", "run the plug-in on the sample the build made");
@@ -84,6 +94,9 @@ int main(int argc, char** argv) {
       return kivahost::RunFrame(plugIn, file, frameIndex, width, height, output);
     }
     if (preview->parsed()) return kivahost::RunPreview(plugIn, file, output);
+    if (exportCommand->parsed()) {
+      return kivahost::RunExport(plugIn, file, output, settings, sampleType);
+    }
     return kivahost::RunDemo(plugIn, samplePath, outputDirectory);
   } catch (const std::exception& error) {
     std::cerr << "kivahost: " << error.what() << '\n';

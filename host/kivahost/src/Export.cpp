@@ -1,0 +1,199 @@
+#include "Export.h"
+
+#include "OpenedFile.h"
+
+#include <kiva/KivaInterfaceTemplate.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <iostream>
+
+namespace kivahost {
+
+namespace {
+
+class StartRecord final : public kiva::KivaWriteStartInterface {
+ public:
+  StartRecord(const std::string& path, HostFormat& format) : path(ToUtf16(path)), format(format) {}
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  const char16_t* GetFilePath() override { return path.c_str(); }
+  kiva::KivaFormatInterface* GetFormat() override { return &format; }
+  void SetWriteHandle(void* source) override { handle = source; }
+  HostErrorReporter reporter;
+  std::u16string path;
+  HostFormat& format;
+  void* handle = nullptr;
+};
+
+class SamplesRecord final : public kiva::KivaWriteSamplesInterface {
+ public:
+  SamplesRecord(std::int64_t start, std::int64_t frames, std::vector<void*> channels,
+                HostFormat& format)
+      : start(start), frames(frames), channels(std::move(channels)), format(format) {}
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  std::int64_t GetStartSample() override { return start; }
+  std::int64_t GetSampleCount() override { return frames; }
+  float* GetChannelBuffer(int channel) override {
+    return static_cast<float*>(channels.at(static_cast<std::size_t>(channel)));
+  }
+  kiva::KivaFormatInterface* GetFormat() override { return &format; }
+  HostErrorReporter reporter;
+
+ private:
+  std::int64_t start;
+  std::int64_t frames;
+  std::vector<void*> channels;
+  HostFormat& format;
+};
+
+class FinishRecord final : public kiva::KivaFinishWriteInterface {
+ public:
+  explicit FinishRecord(HostFormat& format) : format(format) {}
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  bool GetFinishFlag() override { return true; }
+  kiva::KivaFormatInterface* GetFormat() override { return &format; }
+  HostErrorReporter reporter;
+
+ private:
+  HostFormat& format;
+};
+
+class SettingsInfoRecord final : public kiva::KivaGetExportSettingsInfoInterface {
+ public:
+  explicit SettingsInfoRecord(HostFormat& format) : format(format) {}
+  kiva::KivaErrorReporter* GetErrorReporter() override { return nullptr; }
+  kiva::KivaFormatInterface* GetFormatInterface() override { return &format; }
+  void SetEstimatedFileSize(std::int64_t bytes) override { estimate = bytes; }
+  void SetFirstOption(std::int32_t) override {}
+  void SetSecondOption(std::int32_t) override {}
+  void SetDescription(const std::u16string& text) override { description = ToUtf8(text); }
+  std::int64_t estimate = 0;
+  std::string description;
+
+ private:
+  HostFormat& format;
+};
+
+int CodeFor(const std::string& sampleType) {
+  if (sampleType == "8") return 10;
+  if (sampleType == "16") return 20;
+  if (sampleType == "24") return 30;
+  if (sampleType == "32f") return 40;
+  return 0;
+}
+
+// One channel of floats in the host's sample format: integers rounded and clipped.
+void Convert(const float* in, std::int64_t frames, int code, std::uint8_t* out) {
+  for (std::int64_t i = 0; i < frames; ++i) {
+    const float x = in[i];
+    switch (code) {
+      case 10:
+        out[i] = static_cast<std::uint8_t>(std::clamp(std::lrintf(x * 128.0f) + 128, 0L, 255L));
+        break;
+      case 20: {
+        const auto value =
+            static_cast<std::int16_t>(std::clamp(std::lrintf(x * 32768.0f), -32768L, 32767L));
+        std::memcpy(out + 2 * i, &value, 2);
+        break;
+      }
+      case 30: {
+        const long value = std::clamp(std::lrintf(x * 8388608.0f), -8388608L, 8388607L);
+        out[3 * i] = static_cast<std::uint8_t>(value);
+        out[3 * i + 1] = static_cast<std::uint8_t>(value >> 8);
+        out[3 * i + 2] = static_cast<std::uint8_t>(value >> 16);
+        break;
+      }
+      default:
+        std::memcpy(out + 4 * i, &x, 4);
+    }
+  }
+}
+
+int Fail(const char* what, int status, const std::vector<std::string>& messages) {
+  std::cerr << "\nkivahost: " << what << " (status " << status << ")\n";
+  for (const auto& message : messages) std::cerr << "  " << message << '\n';
+  return 1;
+}
+
+}  // namespace
+
+int RunExport(const PlugIn& plugIn, const std::string& input, const std::string& output,
+              const std::string& settings, const std::string& sampleType) {
+  const int code = CodeFor(sampleType);
+  if (code == 0) {
+    std::cerr << "kivahost: --sample-type takes 8, 16, 24 or 32f\n";
+    return 2;
+  }
+  try {
+    const OpenedFile source(plugIn, input);
+    const HostFormat& read = source.Format();
+    const int channels = static_cast<int>(read.labels.size());
+    if (channels == 0 || read.sampleCount <= 0) {
+      std::cerr << "kivahost: " << input << " has no audio to export\n";
+      return 1;
+    }
+    HostFormat format;
+    format.SetNumChannels(channels);
+    for (int c = 0; c < channels; ++c)
+      format.SetChannelLabel(c, read.labels[static_cast<std::size_t>(c)]);
+    format.sampleRate = read.sampleRate;
+    format.sampleType = code;
+    format.sampleCount = read.sampleCount;
+    format.privateSettings = settings.empty() ? read.privateSettings : ToUtf16(settings);
+
+    SettingsInfoRecord info(format);
+    plugIn.Call(kiva::kSelGetExportSettingsInfo, nullptr, &info);
+    std::cout << "Settings:  " << ToUtf8(format.privateSettings) << "\n"
+              << "Format:    " << info.description << "\n"
+              << "Estimate:  " << info.estimate << " bytes\n";
+
+    StartRecord start(output, format);
+    if (const int status = plugIn.Call(kiva::kSelWriteStart, nullptr, &start); status != 0) {
+      return Fail("cannot start the export", status, start.reporter.Messages());
+    }
+    constexpr std::int64_t kBlock = 65536;
+    std::vector<std::vector<float>> planes(static_cast<std::size_t>(channels),
+                                           std::vector<float>(kBlock));
+    std::vector<float*> readBuffers;
+    for (auto& plane : planes) readBuffers.push_back(plane.data());
+    const int bytes = code == 10 ? 1 : code == 20 ? 2 : code == 30 ? 3 : 4;
+    std::vector<std::vector<std::uint8_t>> converted(static_cast<std::size_t>(channels),
+                                                     std::vector<std::uint8_t>(kBlock * bytes));
+    const bool showProgress = isatty(STDERR_FILENO) != 0;
+    int status = 0;
+    for (std::int64_t position = 0; position < read.sampleCount && status == 0;
+         position += kBlock) {
+      const std::int64_t count = std::min(kBlock, read.sampleCount - position);
+      std::int64_t got = 0;
+      if ((status = source.Read(position, count, readBuffers, got)) != 0) break;
+      std::vector<void*> blocks;
+      for (int c = 0; c < channels; ++c) {
+        Convert(planes[static_cast<std::size_t>(c)].data(), count, code,
+                converted[static_cast<std::size_t>(c)].data());
+        blocks.push_back(converted[static_cast<std::size_t>(c)].data());
+      }
+      SamplesRecord samples(position, count, blocks, format);
+      status = plugIn.Call(kiva::kSelWriteSamples, start.handle, &samples);
+      if (showProgress) {
+        std::cerr << "\rExporting " << 100 * (position + count) / read.sampleCount << "%"
+                  << std::flush;
+      }
+    }
+    if (showProgress) std::cerr << '\n';
+    FinishRecord finish(format);
+    const int finished = plugIn.Call(kiva::kSelFinishWrite, start.handle, &finish);
+    if (status != 0) return Fail("writing the export failed", status, {});
+    if (finished != 0)
+      return Fail("finishing the export failed", finished, finish.reporter.Messages());
+    std::cout << "Wrote " << read.sampleCount << " frames of " << channels << " channels at "
+              << read.sampleRate << " Hz to " << output << '\n';
+    return 0;
+  } catch (const PlugInError& error) {
+    return Fail(error.what(), error.Status(), error.Messages());
+  }
+}
+
+}  // namespace kivahost
