@@ -211,6 +211,7 @@ void Source::FreeWriteResources() {
   media = false;
   track = false;
   movie.reset();
+  compressor.reset();
   compressing = false;
 }
 
@@ -272,7 +273,7 @@ bool Source::CreateMovieForWrite() {
 
 bool Source::SetupAudioForExport(const std::vector<std::uint32_t>& labels) {
   if (static_cast<std::int32_t>(labels.size()) != numChannels || labels.empty()) return false;
-  auto format = std::make_unique<media::SoundFormat>();
+  auto format = std::make_shared<media::SoundFormat>();
   media::AudioStreamBasicDescription& description = format->description;
   const auto channels = static_cast<std::uint32_t>(numChannels);
   const auto bytes = static_cast<std::uint32_t>(sampleType);
@@ -319,13 +320,36 @@ bool Source::SetupAudioForExport(const std::vector<std::uint32_t>& labels) {
   return dataHandler->BeginMediaEdits() == media::kNoErr;
 }
 
-bool Source::SetupCompressedAudio(const media::ComponentDescription& /*entry*/) { return false; }
+bool Source::SetupCompressedAudio(const media::ComponentDescription& entry) {
+  compressor.reset(new QuickTimeAudioCompress());
+  auto channels = static_cast<std::uint32_t>(numChannels);
+  auto rate = static_cast<std::uint32_t>(exportSampleRate);
+  const bool initialized = compressor->Initialize(entry, {}, channels, sampleType, rate);
+  if (initialized) {
+    compressor->BeginCompression();
+    compressor->GetSoundDescriptionHandle(soundDescription);
+    compressing = true;
+  }
+  return initialized;
+}
+
+bool Source::WriteCompressedAudio() {
+  return compressor && dataHandler && compressor->ProcessOutput(*dataHandler);
+}
 
 bool Source::WriteSamples(const void* data, std::int32_t frames) {
   if (!dataHandler || !soundDescription || frames < 0) return false;
   const std::size_t size = static_cast<std::size_t>(frames) *
                            static_cast<std::size_t>(numChannels) *
                            static_cast<std::size_t>(sampleType);
+  if (compressing) {
+    const auto byteCount = static_cast<std::uint32_t>(size);
+    if (!compressor) return false;
+    compressor->AddBuffer(&data, byteCount, static_cast<std::uint32_t>(frames));
+    if (!WriteCompressedAudio()) return false;
+    samplesReceived += frames;
+    return true;
+  }
   if (dataHandler->AddMediaSample(data, size, 1, *soundDescription, frames) != media::kNoErr) {
     return false;
   }
@@ -335,6 +359,10 @@ bool Source::WriteSamples(const void* data, std::int32_t frames) {
 
 bool Source::FinishSamples() {
   if (media && dataHandler) {
+    if (compressing && compressor) {
+      compressor->EndCompression(*dataHandler);
+      compressor.reset();
+    }
     if (dataHandler->EndMediaEdits() != media::kNoErr) return false;
     if (track && dataHandler->InsertMediaIntoTrack(0, 0, dataHandler->GetMediaDuration(),
                                                    0x10000) != media::kNoErr) {

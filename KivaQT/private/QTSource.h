@@ -3,10 +3,13 @@
 #pragma once
 
 #include "MemoryHandle.h"
+#include "QuickTimeAudioCompress.h"
 #include "media/AudioExtraction.h"
 #include "media/Movie.h"
 #include "media/MovieStorage.h"
 #include "media/SoundDescription.h"
+
+#include <boost/shared_ptr.hpp>
 
 #include <cstdint>
 #include <cstdlib>
@@ -101,6 +104,7 @@ class Source {
   bool CreateMovieForWrite();
   bool SetupAudioForExport(const std::vector<std::uint32_t>& labels);
   bool SetupCompressedAudio(const media::ComponentDescription& entry);
+  bool WriteCompressedAudio();
   // Keeps a copy of the exporter settings (null: none).
   void SetAtomicSetting(Handle handle);
   void FreeAtomicSettings();
@@ -150,13 +154,15 @@ class Source {
   // Write side (filePath, movie... are shared with the read side).
   std::int32_t sampleType = 0;  // bytes per sample, 1..4
   std::int32_t exportSampleRate = 44100;
-  std::unique_ptr<media::SoundFormat> soundDescription;
+  // Shared with the compressor when it makes the description: released exactly once.
+  std::shared_ptr<media::SoundFormat> soundDescription;
   std::unique_ptr<media::MovieStorage> dataHandler;  // the movie being written
   bool track = false;
   bool media = false;
   std::int64_t samplesReceived = 0;
   Handle atomicSettings = nullptr;
   std::int32_t fileFormatIndex = 0;
+  boost::shared_ptr<QuickTimeAudioCompress> compressor;
   bool compressing = false;
 };
 

@@ -1,6 +1,7 @@
 // A scriptable media-layer toolbox: tests set what it answers and read what it was asked.
 #pragma once
 
+#include "FakeAudioCompressor.h"
 #include "FakeMovie.h"
 #include "FakeMovieStorage.h"
 #include "media/Toolbox.h"
@@ -59,6 +60,11 @@ class FakeToolbox final : public qt::media::Toolbox {
   qt::media::OSErr NewMovieFromPath(const std::string& path,
                                     std::unique_ptr<qt::media::Movie>& movie) override;
   std::string GetCompressionName(std::uint32_t formatCode) override;
+  qt::media::OSErr OpenAudioCompressor(std::unique_ptr<qt::media::AudioCompressor>& made) override {
+    compressor = CompressorRecord{};
+    made = std::make_unique<FakeAudioCompressor>(compressor, compressorScript);
+    return 0;
+  }
   // A storage recording into `storage`, or `createError`.
   qt::media::OSErr CreateMovieStorage(const std::string& path,
                                       std::unique_ptr<qt::media::MovieStorage>& made) override;
@@ -71,6 +77,8 @@ class FakeToolbox final : public qt::media::Toolbox {
   qt::media::OSErr createError = 0;
   StorageScript storageScript;
   StorageRecord storage;
+  CompressorScript compressorScript;
+  CompressorRecord compressor;
   std::vector<std::string> createdPaths;
   qt::media::OSErr versionError = qt::media::kNoErr;
   std::int32_t versionResponse = 59 << 16;

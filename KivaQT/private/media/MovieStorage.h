@@ -17,6 +17,7 @@ struct SoundFormat {
   AudioStreamBasicDescription description;
   AudioChannelLayout layout;
   std::vector<std::uint8_t> magicCookie;
+  std::int64_t primingFrames = 0;  // encoder delay at the start of compressed media
 };
 
 class MovieStorage {

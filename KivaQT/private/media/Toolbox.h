@@ -3,6 +3,7 @@
 // adapter implements them for the product and a scriptable fake for the tests.
 #pragma once
 
+#include "AudioCompressor.h"
 #include "Component.h"
 #include "MediaStatus.h"
 #include "Movie.h"
@@ -33,6 +34,9 @@ class Toolbox {
   // Creates the file at `path` (UTF-8) for a new movie, replacing any file there.
   virtual OSErr CreateMovieStorage(const std::string& path,
                                    std::unique_ptr<MovieStorage>& storage) = 0;
+
+  // A new standard audio compressor.
+  virtual OSErr OpenAudioCompressor(std::unique_ptr<AudioCompressor>& compressor) = 0;
 
   // The name of a coding by its four-character code ("" when unknown).
   virtual std::string GetCompressionName(std::uint32_t formatCode) = 0;

@@ -2,7 +2,7 @@
 
 #include "FFmpegChannelLayout.h"
 #include "FFmpegErrors.h"
-#include "FFmpegFormatCodes.h"
+#include "FFmpegExporter.h"
 
 #include <cstring>
 
@@ -26,14 +26,10 @@ AVCodecID CodecFor(const AudioStreamBasicDescription& description) {
         return AV_CODEC_ID_NONE;
     }
   }
-  const AVCodecDescriptor* descriptor = nullptr;
-  while ((descriptor = avcodec_descriptor_next(descriptor)) != nullptr) {
-    if (descriptor->type == AVMEDIA_TYPE_AUDIO &&
-        FormatCodeOf(descriptor->id) == description.mFormatID) {
-      return descriptor->id;
-    }
-  }
-  return AV_CODEC_ID_NONE;
+  // Compressed formats go by the exporters' format codes.
+  const char* encoder = EncoderNameFor(description.mFormatID);
+  const AVCodec* codec = encoder != nullptr ? avcodec_find_encoder_by_name(encoder) : nullptr;
+  return codec != nullptr ? codec->id : AV_CODEC_ID_NONE;
 }
 
 OSErr FFmpegMovieStorage::Create(const std::string& path, std::unique_ptr<MovieStorage>& made) {
@@ -77,12 +73,18 @@ OSErr FFmpegMovieStorage::NewSoundMedia(std::int32_t scale, const SoundFormat& s
     labels.assign(soundFormat.description.mChannelsPerFrame, kAudioChannelLabel_Discrete);
   }
   OwnedChannelLayout layout;
-  ChannelLayoutFromLabels(labels, layout);
+  if (soundFormat.description.mFormatID == kAudioFormatLinearPCM) {
+    ChannelLayoutFromLabels(labels, layout);
+  } else {
+    // A coder's packets are in the coder's own channel order.
+    av_channel_layout_default(layout.get(), static_cast<int>(labels.size()));
+  }
   av_channel_layout_uninit(&parameters.ch_layout);
   if (av_channel_layout_copy(&parameters.ch_layout, &*layout) < 0) return kMemFullErr;
   parameters.bits_per_coded_sample = static_cast<int>(soundFormat.description.mBitsPerChannel);
   parameters.block_align = static_cast<int>(soundFormat.description.mBytesPerFrame);
   parameters.frame_size = static_cast<int>(soundFormat.description.mFramesPerPacket);
+  parameters.initial_padding = static_cast<int>(soundFormat.primingFrames);
   if (!soundFormat.magicCookie.empty()) {
     parameters.extradata = static_cast<std::uint8_t*>(
         av_mallocz(soundFormat.magicCookie.size() + AV_INPUT_BUFFER_PADDING_SIZE));
@@ -116,8 +118,10 @@ OSErr FFmpegMovieStorage::AddMediaSample(const void* data, std::size_t size,
   if (av_new_packet(packet.get(), static_cast<int>(size)) < 0) return kMemFullErr;
   std::memcpy(packet->data, data, size);
   packet->stream_index = stream->index;
-  packet->pts = packet->dts =
-      av_rescale_q(mediaDuration, AVRational{1, timeScale}, stream->time_base);
+  // Compressed media begin with the coder's priming: its samples sit before time 0, and the
+  // muxer's edit list makes readers skip them.
+  packet->pts = packet->dts = av_rescale_q(mediaDuration - format.primingFrames,
+                                           AVRational{1, timeScale}, stream->time_base);
   packet->duration =
       av_rescale_q(samples * durationPerSample, AVRational{1, timeScale}, stream->time_base);
   packet->flags |= AV_PKT_FLAG_KEY;

@@ -1,5 +1,6 @@
 #include "FFmpegToolbox.h"
 
+#include "FFmpegAudioCompressor.h"
 #include "FFmpegExporter.h"
 #include "FFmpegFormatCodes.h"
 #include "FFmpegImporter.h"
@@ -69,6 +70,11 @@ OSErr FFmpegToolbox::NewMovieFromPath(const std::string& path, std::unique_ptr<M
 OSErr FFmpegToolbox::CreateMovieStorage(const std::string& path,
                                         std::unique_ptr<MovieStorage>& storage) {
   return FFmpegMovieStorage::Create(path, storage);
+}
+
+OSErr FFmpegToolbox::OpenAudioCompressor(std::unique_ptr<AudioCompressor>& compressor) {
+  compressor = std::make_unique<FFmpegAudioCompressor>();
+  return kNoErr;
 }
 
 std::string FFmpegToolbox::GetCompressionName(std::uint32_t formatCode) {

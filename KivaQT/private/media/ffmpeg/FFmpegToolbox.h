@@ -16,6 +16,7 @@ class FFmpegToolbox final : public Toolbox {
   std::string GetCompressionName(std::uint32_t formatCode) override;
   OSErr CreateMovieStorage(const std::string& path,
                            std::unique_ptr<MovieStorage>& storage) override;
+  OSErr OpenAudioCompressor(std::unique_ptr<AudioCompressor>& compressor) override;
   // One importer per demuxer, then the exporters.
   std::vector<std::shared_ptr<Component>> GetComponents() override;
 };
