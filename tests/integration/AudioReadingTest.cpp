@@ -1,6 +1,7 @@
 // Reading real files through the plug-in: lengths, labels, sequential decode against the
 // ffmpeg command's own decode, and random reads against the sequential decode.
 
+#include "CommandOutput.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
 
@@ -55,15 +56,10 @@ Channels ReferenceDecode(const std::string& path, int track, int channels,
                          const std::string& decoderOptions) {
   const std::string command = "ffmpeg -nostdin -v error " + decoderOptions + " -i '" + path +
                               "' -map 0:a:" + std::to_string(track) + " -f f32le -";
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+  const std::vector<float> interleaved = kiva::test::CommandFloats(command);
   Channels out(static_cast<std::size_t>(channels));
-  if (!pipe) return out;
-  std::vector<float> block(static_cast<std::size_t>(4096 * channels));
-  std::size_t read = 0;
-  while ((read = std::fread(block.data(), sizeof(float), block.size(), pipe.get())) > 0) {
-    for (std::size_t i = 0; i < read; ++i) {
-      out[i % static_cast<std::size_t>(channels)].push_back(block[i]);
-    }
+  for (std::size_t i = 0; i < interleaved.size(); ++i) {
+    out[i % static_cast<std::size_t>(channels)].push_back(interleaved[i]);
   }
   return out;
 }

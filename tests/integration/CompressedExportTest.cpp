@@ -1,6 +1,8 @@
-// Compressed exports: every compressed catalogue entry makes a movie that ffprobe accepts,
-// whose decoded length is exactly the frames written and whose sound is the input's.
+// Compressed exports: every compressed catalogue entry makes a movie that ffprobe and an
+// independent QuickTime reader (GStreamer) accept, whose decoded length is exactly the frames
+// written and whose sound is the input's.
 
+#include "CommandOutput.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
 #include "QTExportCatalogue.h"
@@ -68,17 +70,20 @@ float Music(int channel, std::int64_t f) {
                             0.07 * std::sin(2 * M_PI * 3 * base * t));
 }
 
-std::vector<float> Decode(const std::string& path, int channels) {
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(
-      popen(("ffmpeg -nostdin -v error -i '" + path + "' -f f32le -").c_str(), "r"), pclose);
-  std::vector<float> all;
-  if (!pipe) return all;
-  float buffer[4096];
-  std::size_t read = 0;
-  while ((read = std::fread(buffer, sizeof(float), 4096, pipe.get())) > 0)
-    all.insert(all.end(), buffer, buffer + read);
-  (void)channels;
-  return all;
+// GStreamer's discoverer reports errors in its text, not its exit status, so the text is parsed:
+// a QuickTime container with one audio stream of the expected duration, in seconds.
+double GStreamerDuration(const std::string& path, std::string& report) {
+  report = kiva::test::CommandOutput("gst-discoverer-1.0 '" + path + "' 2>&1");
+  if (report.find("container #0: Quicktime") == std::string::npos) return -1;
+  if (report.find("audio #") == std::string::npos) return -1;
+  const auto at = report.find("Duration: ");
+  int hours = 0;
+  int minutes = 0;
+  double seconds = 0;
+  if (at == std::string::npos ||
+      std::sscanf(report.c_str() + at, "Duration: %d:%d:%lf", &hours, &minutes, &seconds) != 3)
+    return -1;
+  return hours * 3600.0 + minutes * 60.0 + seconds;
 }
 
 class CompressedExport : public ::testing::TestWithParam<int> {};
@@ -132,7 +137,17 @@ TEST_P(CompressedExport, LengthAndSoundSurvive) {
   ASSERT_EQ(std::fscanf(probe.get(), "%lld", &declared), 1) << name;
   EXPECT_EQ(declared, frames) << name;
   // FFmpeg's own decode starts where the movie says and has at least every frame written.
-  EXPECT_GE(static_cast<std::int64_t>(Decode(path, 2).size()), frames * 2) << name;
+  EXPECT_GE(static_cast<std::int64_t>(
+                kiva::test::CommandFloats("ffmpeg -nostdin -v error -i '" + path + "' -f f32le -")
+                    .size()),
+            frames * 2)
+      << name;
+
+  // An independent QuickTime reader accepts the file and agrees on its length.
+  std::string report;
+  EXPECT_NEAR(GStreamerDuration(path, report), static_cast<double>(frames) / 44100.0, 1e-3)
+      << name << "\n"
+      << report;
 
   // Read back through the plug-in: exactly the frames written, sounding like the input.
   kivahost::HostOpen open(path);
@@ -158,6 +173,10 @@ TEST_P(CompressedExport, LengthAndSoundSurvive) {
   const double snr = 10 * std::log10(signal / std::max(noise, 1e-20));
   std::printf("%s: SNR %.1f dB\n", name.c_str(), snr);
   EXPECT_GT(snr, 20.0) << name;
+  // Apple Lossless gives back exactly the 16-bit samples it was given.
+  if (name == "alac") {
+    EXPECT_EQ(noise, 0.0);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Catalogue, CompressedExport, ::testing::Range(1, 8));

@@ -1,6 +1,7 @@
 // Uncompressed exports through the plug-in, read back through the plug-in and by the ffmpeg
 // command: every sample type and channel count comes back exactly, with its channel labels.
 
+#include "CommandOutput.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
 
@@ -180,12 +181,9 @@ TEST_P(PcmExport, ReadsBackExactly) {
   }
 
   // And by the ffmpeg command.
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(
-      popen(("ffmpeg -nostdin -v error -i '" + path + "' -f f32le -").c_str(), "r"), pclose);
-  ASSERT_TRUE(pipe);
-  std::vector<float> interleaved(static_cast<std::size_t>(frames * channels) + 16);
-  const std::size_t got =
-      std::fread(interleaved.data(), sizeof(float), interleaved.size(), pipe.get());
+  const std::vector<float> interleaved =
+      kiva::test::CommandFloats("ffmpeg -nostdin -v error -i '" + path + "' -f f32le -");
+  const std::size_t got = interleaved.size();
   ASSERT_EQ(got, static_cast<std::size_t>(frames * channels));
   std::size_t mismatches = 0;
   for (std::int64_t f = 0; f < frames; ++f) {

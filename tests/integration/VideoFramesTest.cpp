@@ -2,6 +2,7 @@
 // frame a player shows at that time, scaled to the same size; reading order never changes a
 // picture.
 
+#include "CommandOutput.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
 
@@ -18,23 +19,15 @@ namespace {
 
 const std::string kFixtures = KIVA_FIXTURES;
 
-std::string Run(const std::string& command) {
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-  std::string out;
-  if (!pipe) return out;
-  char buffer[65536];
-  std::size_t read = 0;
-  while ((read = std::fread(buffer, 1, sizeof buffer, pipe.get())) > 0) out.append(buffer, read);
-  return out;
-}
+using kiva::test::CommandOutput;
 
 // Presentation times (seconds) of the frames, in decoding-output order, as ffprobe sees them.
 std::vector<double> FrameTimes(const std::string& path) {
   std::vector<double> times;
-  const std::string text =
-      Run("ffprobe -v error -select_streams v:0 -show_entries frame=best_effort_timestamp_time -of "
-          "csv=p=0 '" +
-          path + "'");
+  const std::string text = CommandOutput(
+      "ffprobe -v error -select_streams v:0 -show_entries frame=best_effort_timestamp_time -of "
+      "csv=p=0 '" +
+      path + "'");
   std::size_t begin = 0;
   while (begin < text.size()) {
     const std::size_t end = text.find('\n', begin);
@@ -49,7 +42,7 @@ std::vector<double> FrameTimes(const std::string& path) {
 // The ffmpeg command's decode of frame `index` (in output order), scaled like the plug-in's
 // high-quality drawing, as B, G, R, A bytes.
 std::string ReferenceFrame(const std::string& path, int index, int width, int height) {
-  return Run(
+  return CommandOutput(
       "ffmpeg -nostdin -v error -i '" + path + "' -vf \"select=eq(n\\," + std::to_string(index) +
       "),scale=" + std::to_string(width) + ":" + std::to_string(height) +
       ":flags=bicubic+accurate_rnd+full_chroma_int\" -frames:v 1 -pix_fmt bgra -f rawvideo -");
