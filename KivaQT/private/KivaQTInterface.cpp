@@ -345,6 +345,37 @@ int KivaQTInterface::WriteStart(KivaWriteStartInterface& start, qt::Source*& sou
   return kKivaSuccess;
 }
 
+namespace {
+
+template <std::size_t kWidth>
+void InterleaveSamples(const std::uint8_t* from, std::int64_t frames, std::size_t step,
+                       std::uint8_t* to) {
+  for (std::int64_t f = 0; f < frames; ++f, from += kWidth, to += step) {
+    std::memcpy(to, from, kWidth);
+  }
+}
+
+// Puts one channel's samples into their places among `channels` interleaved ones; the width is
+// a compile-time constant in each loop so that every copy is a single move.
+void Interleave(const std::uint8_t* from, std::int64_t frames, std::int32_t width,
+                std::int32_t channel, std::int32_t channels, std::uint8_t* interleaved) {
+  const auto step = static_cast<std::size_t>(width) * static_cast<std::size_t>(channels);
+  std::uint8_t* to =
+      interleaved + static_cast<std::size_t>(channel) * static_cast<std::size_t>(width);
+  switch (width) {
+    case 1:
+      return InterleaveSamples<1>(from, frames, step, to);
+    case 2:
+      return InterleaveSamples<2>(from, frames, step, to);
+    case 3:
+      return InterleaveSamples<3>(from, frames, step, to);
+    default:
+      return InterleaveSamples<4>(from, frames, step, to);
+  }
+}
+
+}  // namespace
+
 int KivaQTInterface::WriteSamples(qt::Source& source, KivaWriteSamplesInterface& samples) {
   const std::int32_t channels = source.GetNumChannels();
   // A block must continue the stream exactly: no gaps, no rewriting.
@@ -364,16 +395,12 @@ int KivaQTInterface::WriteSamples(qt::Source& source, KivaWriteSamplesInterface&
                               static_cast<std::uint64_t>(std::max(channels, 0));
   if (total >= 2147483648ull || channels < 1) return kKivaBadArgument;
 
-  std::vector<std::uint8_t> interleaved(static_cast<std::size_t>(total));
-  const std::size_t width = static_cast<std::size_t>(bytesPerSample);
-  const std::size_t step = width * static_cast<std::size_t>(channels);
+  std::vector<std::uint8_t>& interleaved = source.WriteStaging();
+  interleaved.resize(static_cast<std::size_t>(total));
   for (std::int32_t c = 0; c < channels; ++c) {
     const auto* from = reinterpret_cast<const std::uint8_t*>(samples.GetChannelBuffer(c));
     if (from == nullptr) return kKivaBadArgument;
-    std::uint8_t* to = interleaved.data() + static_cast<std::size_t>(c) * width;
-    for (std::int64_t f = 0; f < frames; ++f, from += width, to += step) {
-      std::memcpy(to, from, width);
-    }
+    Interleave(from, frames, bytesPerSample, c, channels, interleaved.data());
   }
   return source.WriteSamples(interleaved.data(), static_cast<std::int32_t>(frames))
              ? kKivaSuccess

@@ -112,6 +112,9 @@ class Source {
   std::int32_t GetFileFormatIndex() const { return fileFormatIndex; }
   std::int64_t GetSamplesReceived() const { return samplesReceived; }
   std::int32_t GetSampleType() const { return sampleType; }
+  // Where a block's channels are interleaved before they go to the movie; kept between blocks
+  // so that a long export allocates once.
+  std::vector<std::uint8_t>& WriteStaging() { return writeStaging; }
   // Appends `frames` interleaved frames in the session's format.
   bool WriteSamples(const void* data, std::int32_t frames);
   // Ends the media, puts it into the track and writes the movie into the file.
@@ -160,6 +163,7 @@ class Source {
   bool track = false;
   bool media = false;
   std::int64_t samplesReceived = 0;
+  std::vector<std::uint8_t> writeStaging;
   Handle atomicSettings = nullptr;
   std::int32_t fileFormatIndex = 0;
   boost::shared_ptr<QuickTimeAudioCompress> compressor;

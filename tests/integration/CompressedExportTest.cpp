@@ -16,51 +16,6 @@
 
 namespace {
 
-class StartRecord final : public kiva::KivaWriteStartInterface {
- public:
-  StartRecord(const std::string& path, kivahost::HostFormat& format)
-      : path(kivahost::ToUtf16(path)), format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
-  const char16_t* GetFilePath() override { return path.c_str(); }
-  kiva::KivaFormatInterface* GetFormat() override { return &format; }
-  void SetWriteHandle(void* source) override { handle = source; }
-  kivahost::HostErrorReporter reporter;
-  std::u16string path;
-  kivahost::HostFormat& format;
-  void* handle = nullptr;
-};
-
-class SamplesRecord final : public kiva::KivaWriteSamplesInterface {
- public:
-  SamplesRecord(std::int64_t start, std::int64_t frames, std::vector<void*> channels,
-                kivahost::HostFormat& format)
-      : start(start), frames(frames), channels(std::move(channels)), format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return nullptr; }
-  std::int64_t GetStartSample() override { return start; }
-  std::int64_t GetSampleCount() override { return frames; }
-  float* GetChannelBuffer(int c) override {
-    return static_cast<float*>(channels.at(static_cast<std::size_t>(c)));
-  }
-  kiva::KivaFormatInterface* GetFormat() override { return &format; }
-
- private:
-  std::int64_t start;
-  std::int64_t frames;
-  std::vector<void*> channels;
-  kivahost::HostFormat& format;
-};
-
-class FinishRecord final : public kiva::KivaFinishWriteInterface {
- public:
-  explicit FinishRecord(kivahost::HostFormat& format) : format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return nullptr; }
-  bool GetFinishFlag() override { return true; }
-  kiva::KivaFormatInterface* GetFormat() override { return &format; }
-
- private:
-  kivahost::HostFormat& format;
-};
-
 // A music-like test signal: a few partials with a slow vibrato, per channel.
 float Music(int channel, std::int64_t f) {
   const double t = static_cast<double>(f) / 44100.0;
@@ -114,15 +69,15 @@ TEST_P(CompressedExport, LengthAndSoundSurvive) {
     }
   }
   kiva::KivaQTInterface kivaInterface;
-  StartRecord start(path, format);
+  kivahost::HostWriteStart start(path, format);
   ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelWriteStart, nullptr, &start), 0) << name;
   for (std::int64_t position = 0; position < frames; position += 5000) {
     const std::int64_t count = std::min<std::int64_t>(5000, frames - position);
-    SamplesRecord block(position, count,
-                        {channels[0].data() + position, channels[1].data() + position}, format);
+    kivahost::HostWriteSamples block(
+        position, count, {channels[0].data() + position, channels[1].data() + position}, format);
     ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelWriteSamples, start.handle, &block), 0) << name;
   }
-  FinishRecord finish(format);
+  kivahost::HostFinishWrite finish(format);
   ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelFinishWrite, start.handle, &finish), 0) << name;
 
   // The file's own length, as ffprobe reads it from the movie.

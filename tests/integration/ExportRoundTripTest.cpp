@@ -19,51 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class StartRecord final : public kiva::KivaWriteStartInterface {
- public:
-  StartRecord(const std::string& path, kivahost::HostFormat& format)
-      : path(kivahost::ToUtf16(path)), format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
-  const char16_t* GetFilePath() override { return path.c_str(); }
-  kiva::KivaFormatInterface* GetFormat() override { return &format; }
-  void SetWriteHandle(void* source) override { handle = source; }
-  kivahost::HostErrorReporter reporter;
-  std::u16string path;
-  kivahost::HostFormat& format;
-  void* handle = nullptr;
-};
-
-class SamplesRecord final : public kiva::KivaWriteSamplesInterface {
- public:
-  SamplesRecord(std::int64_t start, std::int64_t frames, std::vector<void*> channels,
-                kivahost::HostFormat& format)
-      : start(start), frames(frames), channels(std::move(channels)), format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return nullptr; }
-  std::int64_t GetStartSample() override { return start; }
-  std::int64_t GetSampleCount() override { return frames; }
-  float* GetChannelBuffer(int c) override {
-    return static_cast<float*>(channels.at(static_cast<std::size_t>(c)));
-  }
-  kiva::KivaFormatInterface* GetFormat() override { return &format; }
-
- private:
-  std::int64_t start;
-  std::int64_t frames;
-  std::vector<void*> channels;
-  kivahost::HostFormat& format;
-};
-
-class FinishRecord final : public kiva::KivaFinishWriteInterface {
- public:
-  explicit FinishRecord(kivahost::HostFormat& format) : format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return nullptr; }
-  bool GetFinishFlag() override { return true; }
-  kiva::KivaFormatInterface* GetFormat() override { return &format; }
-
- private:
-  kivahost::HostFormat& format;
-};
-
 int BytesOf(int code) { return code == 10 ? 1 : code == 20 ? 2 : code == 30 ? 3 : 4; }
 
 // Channel c's sample f in the host's format, and the float a reader must give back for it.
@@ -141,7 +96,7 @@ TEST_P(PcmExport, ReadsBackExactly) {
   for (int ch = 0; ch < channels; ++ch) signals.push_back(MakeSignal(c.code, ch, frames));
 
   kiva::KivaQTInterface kivaInterface;
-  StartRecord start(path, format);
+  kivahost::HostWriteStart start(path, format);
   ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelWriteStart, nullptr, &start), 0);
   ASSERT_NE(start.handle, nullptr);
   std::mt19937 random(3);
@@ -151,11 +106,11 @@ TEST_P(PcmExport, ReadsBackExactly) {
     const std::int64_t count = std::min(size(random), frames - position);
     std::vector<void*> buffers;
     for (auto& signal : signals) buffers.push_back(signal.bytes.data() + position * bytes);
-    SamplesRecord samples(position, count, buffers, format);
+    kivahost::HostWriteSamples samples(position, count, buffers, format);
     ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelWriteSamples, start.handle, &samples), 0);
     position += count;
   }
-  FinishRecord finish(format);
+  kivahost::HostFinishWrite finish(format);
   ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelFinishWrite, start.handle, &finish), 0);
 
   // Back through the plug-in.
@@ -222,7 +177,7 @@ int StartExport(const std::string& path, std::vector<std::string>& messages, voi
   format.sampleRate = 44100;
   format.sampleType = 20;
   format.sampleCount = 44100;
-  StartRecord start(path, format);
+  kivahost::HostWriteStart start(path, format);
   kiva::KivaQTInterface kivaInterface;
   const int status = kivaInterface.EntryPoint(kiva::kSelWriteStart, nullptr, &start);
   messages = start.reporter.Messages();
@@ -259,12 +214,12 @@ TEST(ExportFailures, FullDevice) {
   std::vector<std::int16_t> samples(44100, 1000);
   int written = 0;
   for (std::int64_t position = 0; position < 44100; position += 4410) {
-    SamplesRecord block(position, 4410, {samples.data() + position, samples.data() + position},
-                        format);
+    kivahost::HostWriteSamples block(
+        position, 4410, {samples.data() + position, samples.data() + position}, format);
     written = kivaInterface.EntryPoint(kiva::kSelWriteSamples, handle, &block);
     if (written != 0) break;
   }
-  FinishRecord finish(format);
+  kivahost::HostFinishWrite finish(format);
   const int finished = kivaInterface.EntryPoint(kiva::kSelFinishWrite, handle, &finish);
   // The full disk shows when data is flushed: as a failed block (-10) or a failed finish (-1).
   EXPECT_TRUE(written == -10 || finished == -1) << written << " " << finished;

@@ -15,52 +15,6 @@ namespace kivahost {
 
 namespace {
 
-class StartRecord final : public kiva::KivaWriteStartInterface {
- public:
-  StartRecord(const std::string& path, HostFormat& format) : path(ToUtf16(path)), format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
-  const char16_t* GetFilePath() override { return path.c_str(); }
-  kiva::KivaFormatInterface* GetFormat() override { return &format; }
-  void SetWriteHandle(void* source) override { handle = source; }
-  HostErrorReporter reporter;
-  std::u16string path;
-  HostFormat& format;
-  void* handle = nullptr;
-};
-
-class SamplesRecord final : public kiva::KivaWriteSamplesInterface {
- public:
-  SamplesRecord(std::int64_t start, std::int64_t frames, std::vector<void*> channels,
-                HostFormat& format)
-      : start(start), frames(frames), channels(std::move(channels)), format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
-  std::int64_t GetStartSample() override { return start; }
-  std::int64_t GetSampleCount() override { return frames; }
-  float* GetChannelBuffer(int channel) override {
-    return static_cast<float*>(channels.at(static_cast<std::size_t>(channel)));
-  }
-  kiva::KivaFormatInterface* GetFormat() override { return &format; }
-  HostErrorReporter reporter;
-
- private:
-  std::int64_t start;
-  std::int64_t frames;
-  std::vector<void*> channels;
-  HostFormat& format;
-};
-
-class FinishRecord final : public kiva::KivaFinishWriteInterface {
- public:
-  explicit FinishRecord(HostFormat& format) : format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
-  bool GetFinishFlag() override { return true; }
-  kiva::KivaFormatInterface* GetFormat() override { return &format; }
-  HostErrorReporter reporter;
-
- private:
-  HostFormat& format;
-};
-
 class SettingsInfoRecord final : public kiva::KivaGetExportSettingsInfoInterface {
  public:
   explicit SettingsInfoRecord(HostFormat& format) : format(format) {}
@@ -150,7 +104,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
               << "Format:    " << info.description << "\n"
               << "Estimate:  " << info.estimate << " bytes\n";
 
-    StartRecord start(output, format);
+    HostWriteStart start(output, format);
     if (const int status = plugIn.Call(kiva::kSelWriteStart, nullptr, &start); status != 0) {
       return Fail("cannot start the export", status, start.reporter.Messages());
     }
@@ -175,7 +129,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
                 converted[static_cast<std::size_t>(c)].data());
         blocks.push_back(converted[static_cast<std::size_t>(c)].data());
       }
-      SamplesRecord samples(position, count, blocks, format);
+      HostWriteSamples samples(position, count, blocks, format);
       status = plugIn.Call(kiva::kSelWriteSamples, start.handle, &samples);
       if (showProgress) {
         std::cerr << "\rExporting " << 100 * (position + count) / read.sampleCount << "%"
@@ -183,7 +137,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
       }
     }
     if (showProgress) std::cerr << '\n';
-    FinishRecord finish(format);
+    HostFinishWrite finish(format);
     const int finished = plugIn.Call(kiva::kSelFinishWrite, start.handle, &finish);
     if (status != 0) return Fail("writing the export failed", status, {});
     if (finished != 0)

@@ -169,4 +169,56 @@ class HostReadSamples final : public kiva::KivaReadSamplesInterface {
   std::int64_t framesRead = -1;
 };
 
+// The records of one export: start, each block of samples in the host's sample format (one
+// buffer per channel), finish.
+class HostWriteStart final : public kiva::KivaWriteStartInterface {
+ public:
+  HostWriteStart(const std::string& path, HostFormat& format)
+      : path(ToUtf16(path)), format(format) {}
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  const char16_t* GetFilePath() override { return path.c_str(); }
+  kiva::KivaFormatInterface* GetFormat() override { return &format; }
+  void SetWriteHandle(void* source) override { handle = source; }
+
+  HostErrorReporter reporter;
+  std::u16string path;
+  HostFormat& format;
+  void* handle = nullptr;
+};
+
+class HostWriteSamples final : public kiva::KivaWriteSamplesInterface {
+ public:
+  HostWriteSamples(std::int64_t start, std::int64_t frames, std::vector<void*> channels,
+                   HostFormat& format)
+      : start(start), frames(frames), channels(std::move(channels)), format(format) {}
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  std::int64_t GetStartSample() override { return start; }
+  std::int64_t GetSampleCount() override { return frames; }
+  float* GetChannelBuffer(int channel) override {
+    return static_cast<float*>(channels.at(static_cast<std::size_t>(channel)));
+  }
+  kiva::KivaFormatInterface* GetFormat() override { return &format; }
+
+  HostErrorReporter reporter;
+
+ private:
+  std::int64_t start;
+  std::int64_t frames;
+  std::vector<void*> channels;
+  HostFormat& format;
+};
+
+class HostFinishWrite final : public kiva::KivaFinishWriteInterface {
+ public:
+  explicit HostFinishWrite(HostFormat& format) : format(format) {}
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  bool GetFinishFlag() override { return true; }
+  kiva::KivaFormatInterface* GetFormat() override { return &format; }
+
+  HostErrorReporter reporter;
+
+ private:
+  HostFormat& format;
+};
+
 }  // namespace kivahost
