@@ -210,7 +210,8 @@ OSErr AudioStreamReader::Convert(const AVFrame& decoded, const std::vector<float
   const auto decodedChannels = static_cast<std::size_t>(decoded.ch_layout.nb_channels);
   // Channels nobody wants (a null destination, or more than the stream announced) are
   // converted into scratch space; channels the frame lacks are silent.
-  std::vector<std::uint8_t*> targets(decodedChannels);
+  std::vector<std::uint8_t*>& targets = convertTargets;
+  targets.resize(decodedChannels);
   for (std::size_t c = 0; c < decodedChannels; ++c) {
     float* plane = c < planes.size() ? planes[c] : nullptr;
     if (plane == nullptr) {
@@ -233,14 +234,14 @@ OSErr AudioStreamReader::Keep(const AVFrame& decoded) {
   const auto channels =
       static_cast<std::size_t>(std::max(decoded.ch_layout.nb_channels, facts.channels));
   pending.resize(channels);
-  std::vector<float*> planes(channels);
+  directPlanes.resize(channels);
   for (std::size_t c = 0; c < channels; ++c) {
     pending[c].resize(static_cast<std::size_t>(decoded.nb_samples));
-    planes[c] = pending[c].data();
+    directPlanes[c] = pending[c].data();
   }
   pendingStart = framePosition;
   pendingFrames = 0;
-  if (const OSErr error = Convert(decoded, planes); error != kNoErr) return error;
+  if (const OSErr error = Convert(decoded, directPlanes); error != kNoErr) return error;
   pendingFrames = decoded.nb_samples;
   return kNoErr;
 }
@@ -333,11 +334,11 @@ OSErr AudioStreamReader::Read(std::int64_t start, std::int64_t count,
     const std::int64_t frames = frame->nb_samples;
     OSErr error = kNoErr;
     if (framePosition == cursor && cursor + frames <= wantEnd) {
-      std::vector<float*> planes(out.size());
+      directPlanes.resize(out.size());
       for (std::size_t c = 0; c < out.size(); ++c) {
-        planes[c] = out[c] != nullptr ? out[c] + (cursor - start) : nullptr;
+        directPlanes[c] = out[c] != nullptr ? out[c] + (cursor - start) : nullptr;
       }
-      error = Convert(*frame, planes);
+      error = Convert(*frame, directPlanes);
       pendingFrames = 0;
       cursor += frames;
     } else {

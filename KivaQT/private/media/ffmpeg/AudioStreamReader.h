@@ -87,7 +87,11 @@ class AudioStreamReader {
   std::int64_t nextFramePosition = 0;
   std::int64_t framePosition = 0;           // of the frame last decoded
   std::vector<std::vector<float>> scratch;  // for channels nobody wants
-  std::int64_t readEnd = -1;                // where the last read ended
+  // Per-frame pointer lists (destinations of a conversion), kept so that small frames
+  // (Vorbis, Opus) allocate nothing.
+  std::vector<std::uint8_t*> convertTargets;
+  std::vector<float*> directPlanes;
+  std::int64_t readEnd = -1;  // where the last read ended
   std::int64_t discardBefore = AV_NOPTS_VALUE;
   bool inputEnded = false;
   bool decoderDrained = false;
