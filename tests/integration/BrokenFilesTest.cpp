@@ -1,5 +1,6 @@
 // Files that cannot be read: the status and the messages the host gets, and no crash.
 
+#include "CommandOutput.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
 
@@ -152,6 +153,27 @@ TEST_F(BrokenFiles, FileCutAnywhereNeverCrashes) {
       const int status = kivaInterface.EntryPoint(kiva::kSelReadSamples, open.source, &read);
       EXPECT_TRUE(status == 0 || status == -9) << name << " status " << status;
     }
+    kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
+  }
+}
+
+TEST_F(BrokenFiles, CutOggIsAsLongAsItsFullDecode) {
+  // The length comes from the last page the file still holds: exactly what a decoder gets out.
+  for (const char* name : {"vorbis.ogg", "opus.opus"}) {
+    std::ifstream whole(kFixtures + "/" + name, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(whole)), std::istreambuf_iterator<char>());
+    const std::string path =
+        Write(std::string("two-thirds-") + name, bytes.substr(0, bytes.size() * 2 / 3));
+    const auto decoded =
+        kiva::test::CommandFloats("ffmpeg -nostdin -v error -i '" + path + "' -f f32le -");
+    ASSERT_GT(decoded.size(), 0u) << name;
+    kivahost::HostOpen open(path);
+    kiva::KivaQTInterface kivaInterface;
+    ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open), 0) << name;
+    kivahost::HostFormat format;
+    ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelGetFormat, open.source, &format), 0);
+    EXPECT_EQ(format.sampleCount, static_cast<std::int64_t>(decoded.size() / 2)) << name;
+    EXPECT_LT(format.sampleCount, 168000) << name;
     kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
   }
 }

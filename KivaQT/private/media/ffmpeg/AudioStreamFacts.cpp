@@ -6,6 +6,7 @@ extern "C" {
 
 #include <cstring>
 #include <map>
+#include <utility>
 
 namespace kiva::qt::media::ffmpeg {
 
@@ -86,6 +87,20 @@ std::int64_t PacketFrames(const AVPacket& packet, const AudioStreamFacts& facts)
   return packet.duration > 0 ? ToSamples(packet.duration, facts.timeBase, facts.sampleRate) : 0;
 }
 
+// The samples a decoder drops at the start of a packet's output (priming) and at its end
+// (padding), as the demuxer marks them.
+std::pair<std::uint32_t, std::uint32_t> SkippedSamples(const AVPacket& packet) {
+  std::uint32_t start = 0;
+  std::uint32_t end = 0;
+  size_t size = 0;
+  if (const uint8_t* skip = av_packet_get_side_data(&packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
+      skip != nullptr && size >= 10) {
+    std::memcpy(&start, skip, 4);
+    std::memcpy(&end, skip + 4, 4);
+  }
+  return {start, end};
+}
+
 // One pass over the packets: the frames a full decode yields (durations less the priming
 // skipped at the start and the padding discarded at the end), without decoding.
 void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams) {
@@ -101,15 +116,7 @@ void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams
     const auto found = byIndex.find(packet->stream_index);
     if (found == byIndex.end()) continue;
     ScanTotals& total = totals[packet->stream_index];
-    std::uint32_t skipStart = 0;
-    std::uint32_t discardEnd = 0;
-    size_t size = 0;
-    if (const uint8_t* skip =
-            av_packet_get_side_data(packet.get(), AV_PKT_DATA_SKIP_SAMPLES, &size);
-        skip != nullptr && size >= 10) {
-      std::memcpy(&skipStart, skip, 4);
-      std::memcpy(&discardEnd, skip + 4, 4);
-    }
+    const auto [skipStart, discardEnd] = SkippedSamples(*packet);
     if (total.firstTimestamp == AV_NOPTS_VALUE) {
       total.firstTimestamp = packet->pts;
       total.firstSkip = skipStart;
@@ -165,6 +172,44 @@ void ApplyAacChannelConfiguration(AVCodecParameters& parameters) {
   av_channel_layout_from_mask(&parameters.ch_layout, kConfigurations[channels]);
 }
 
+// Ogg declares its end in the last page's granule, which the demuxer reads at open; only the
+// first packet of each stream is needed for where sample 0 lies (a pass over every packet of a
+// long file costs more than a sequential read's decoding of Vorbis saves). False: not Ogg, or
+// something undeclared, and the packets must be scanned.
+bool PlaceOggStreams(AVFormatContext* format, std::vector<AudioStreamFacts>& streams) {
+  if (!IsOgg(format)) return false;
+  std::map<int, AudioStreamFacts*> waiting;
+  for (auto& facts : streams) {
+    const AVStream* stream = format->streams[facts.streamIndex];
+    if (stream->duration == AV_NOPTS_VALUE || stream->start_time == AV_NOPTS_VALUE) return false;
+    waiting[facts.streamIndex] = &facts;
+  }
+  PacketPtr packet(av_packet_alloc());
+  if (!packet) return false;
+  std::map<int, std::pair<std::int64_t, std::int64_t>> first;  // pts, samples skipped
+  while (first.size() < waiting.size() && av_read_frame(format, packet.get()) >= 0) {
+    PacketReference unref(packet.get());
+    if (!waiting.contains(packet->stream_index) || first.contains(packet->stream_index)) continue;
+    if (packet->pts == AV_NOPTS_VALUE) return false;
+    first[packet->stream_index] = {packet->pts, SkippedSamples(*packet).first};
+  }
+  if (first.size() < waiting.size()) return false;
+  for (auto& [index, facts] : waiting) {
+    const AVStream* stream = format->streams[index];
+    const auto [pts, skipped] = first[index];
+    const std::int64_t skip =
+        av_rescale_q(skipped, AVRational{1, facts->sampleRate}, facts->timeBase);
+    // Sample 0 is at 0: what comes before is priming. The granule end counts the skipped
+    // samples too (Opus' pre-skip).
+    const std::int64_t start = std::max<std::int64_t>(0, pts + skip);
+    const std::int64_t end = stream->start_time + stream->duration - skip;
+    if (end <= start) return false;
+    facts->origin = start;
+    facts->length = ToSamples(end - start, facts->timeBase, facts->sampleRate);
+  }
+  return true;
+}
+
 }  // namespace
 
 std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
@@ -208,7 +253,7 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
     }
     streams.push_back(std::move(facts));
   }
-  if (needScan) ScanPackets(format, streams);
+  if (needScan && !PlaceOggStreams(format, streams)) ScanPackets(format, streams);
   for (auto& facts : streams) {
     if (facts.origin == AV_NOPTS_VALUE) facts.origin = 0;
   }
