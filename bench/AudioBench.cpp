@@ -7,6 +7,7 @@
 
 #include "OpenedFile.h"
 #include "PlugIn.h"
+#include "Timing.h"
 
 #include <orb/app/App.h>
 
@@ -29,21 +30,10 @@ extern "C" {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) {
-  return std::chrono::duration<double>(Clock::now() - since).count();
-}
-
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
-double Percentile(std::vector<double> values, double fraction) {
-  std::sort(values.begin(), values.end());
-  return values[std::min(values.size() - 1, static_cast<std::size_t>(fraction * values.size()))];
-}
+using bench::Clock;
+using bench::Median;
+using bench::Percentile;
+using bench::Seconds;
 
 // Reads the whole file through the plug-in in blocks, as a host plays it.
 std::int64_t ReadThroughPlugIn(const kivahost::PlugIn& plugIn, const std::string& path) {

@@ -10,6 +10,7 @@
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
 #include "QTExportCatalogue.h"
+#include "Timing.h"
 #include "media/Toolbox.h"
 
 #include <kiva/KivaInterfaceTemplate.h>
@@ -20,20 +21,15 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using bench::Clock;
+using bench::Median;
 constexpr int kRate = 44100;
 constexpr std::int64_t kBlock = 65536;
-
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
 
 // Two channels of a music-like signal with a little noise, as 16-bit samples.
 std::vector<std::vector<std::int16_t>> MakeInput(std::int64_t frames) {
@@ -88,7 +84,7 @@ double ExportThroughPlugIn(kiva::KivaQTInterface& plugIn,
     std::cerr << "export_bench: finishing failed\n";
     std::exit(1);
   }
-  return std::chrono::duration<double>(Clock::now() - started).count();
+  return bench::Seconds(started);
 }
 
 // The same data given to the ffmpeg command through its standard input; returns seconds.
@@ -104,7 +100,7 @@ double ExportWithFFmpeg(const std::vector<std::int16_t>& interleaved, const std:
     std::cerr << "export_bench: " << command << " failed\n";
     std::exit(1);
   }
-  return std::chrono::duration<double>(Clock::now() - started).count();
+  return bench::Seconds(started);
 }
 
 void Compare(kiva::KivaQTInterface& plugIn, const std::string& name, const std::string& settings,

@@ -5,6 +5,7 @@
 
 #include "OpenedFile.h"
 #include "PlugIn.h"
+#include "Timing.h"
 
 #include <orb/app/App.h>
 
@@ -19,16 +20,9 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) {
-  return std::chrono::duration<double>(Clock::now() - since).count();
-}
-
-double Percentile(std::vector<double> values, double fraction) {
-  std::sort(values.begin(), values.end());
-  return values[std::min(values.size() - 1, static_cast<std::size_t>(fraction * values.size()))];
-}
+using bench::Clock;
+using bench::Percentile;
+using bench::Seconds;
 
 const std::string kScale = "scale=640:360:flags=bicubic+accurate_rnd+full_chroma_int";
 
@@ -56,9 +50,10 @@ void Sequential(const kivahost::PlugIn& plugIn, const std::string& path) {
   }
   const double oursRate = Percentile(ours, 0.5);
   const double theirRate = Percentile(theirs, 0.5);
-  std::printf("sequential %d frames at 640x360 (median of 3): plug-in %.1f fps, ffmpeg %.1f fps, "
-              "ratio %.2f\n",
-              frames, oursRate, theirRate, oursRate / theirRate);
+  std::printf(
+      "sequential %d frames at 640x360 (median of 3): plug-in %.1f fps, ffmpeg %.1f fps, "
+      "ratio %.2f\n",
+      frames, oursRate, theirRate, oursRate / theirRate);
 }
 
 void Random(const kivahost::PlugIn& plugIn, const std::string& path) {
@@ -78,14 +73,15 @@ void Random(const kivahost::PlugIn& plugIn, const std::string& path) {
   std::vector<double> theirs;
   for (int i = 0; i < 20; ++i) {
     const double time = frame(random) / video.frameRate;
-    theirs.push_back(1000 * Command("ffmpeg -nostdin -v error -ss " + std::to_string(time) + " -i '" +
-                                    path + "' -frames:v 1 -vf " + kScale +
-                                    " -pix_fmt bgra -f null -"));
+    theirs.push_back(1000 *
+                     Command("ffmpeg -nostdin -v error -ss " + std::to_string(time) + " -i '" +
+                             path + "' -frames:v 1 -vf " + kScale + " -pix_fmt bgra -f null -"));
   }
-  std::printf("random single frames at 640x360: plug-in median %.1f ms, p99 %.1f ms (100 frames); "
-              "ffmpeg -ss median %.1f ms, p99 %.1f ms (20 frames); median ratio %.2f\n",
-              Percentile(ours, 0.5), Percentile(ours, 0.99), Percentile(theirs, 0.5),
-              Percentile(theirs, 0.99), Percentile(ours, 0.5) / Percentile(theirs, 0.5));
+  std::printf(
+      "random single frames at 640x360: plug-in median %.1f ms, p99 %.1f ms (100 frames); "
+      "ffmpeg -ss median %.1f ms, p99 %.1f ms (20 frames); median ratio %.2f\n",
+      Percentile(ours, 0.5), Percentile(ours, 0.99), Percentile(theirs, 0.5),
+      Percentile(theirs, 0.99), Percentile(ours, 0.5) / Percentile(theirs, 0.5));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "KivaQTInterface.h"
 
 #include "../../Common/Module/private/Module.h"
+#include "AudioSampleHelpers.h"
 #include "KivaQTFormatIDs.h"
 #include "KivaQTMessages.h"
 #include "KivaQTPrivateSettings.h"
@@ -279,26 +280,6 @@ int KivaQTInterface::GetExportSettingsInfo(KivaGetExportSettingsInfoInterface& i
   return kKivaSuccess;
 }
 
-namespace {
-
-// The session's bytes per sample for a host sample-type code; 0 for codes it does not know.
-std::int32_t BytesPerSampleOf(std::int32_t code) {
-  switch (code) {
-    case kAudioSampleType_8Bit:
-      return 1;
-    case kAudioSampleType_16Bit:
-      return 2;
-    case kAudioSampleType_24Bit:
-      return 3;
-    case kAudioSampleType_32BitFloat:
-      return 4;
-    default:
-      return 0;
-  }
-}
-
-}  // namespace
-
 int KivaQTInterface::WriteStart(KivaWriteStartInterface& start, qt::Source*& source) {
   KivaFormatInterface* format = start.GetFormat();
   if (format == nullptr) return kKivaGeneralError;
@@ -325,7 +306,8 @@ int KivaQTInterface::WriteStart(KivaWriteStartInterface& start, qt::Source*& sou
   }
   format = start.GetFormat();
   if (format == nullptr) return kKivaGeneralError;
-  const std::int32_t sampleType = BytesPerSampleOf(format->GetSampleType());
+  const std::int32_t sampleType =
+      GetBytesPerSample(static_cast<AudioSampleType>(format->GetSampleType()));
   if (sampleType == 0) return kKivaGeneralError;
 
   auto session = std::make_unique<qt::Source>();
@@ -387,7 +369,8 @@ int KivaQTInterface::WriteSamples(qt::Source& source, KivaWriteSamplesInterface&
   if (frames < 0 || (static_cast<std::uint64_t>(frames) >> 32) > 0) return kKivaBadArgument;
   KivaFormatInterface* format = samples.GetFormat();
   const std::int32_t bytesPerSample =
-      format != nullptr ? BytesPerSampleOf(format->GetSampleType()) : 0;
+      format != nullptr ? GetBytesPerSample(static_cast<AudioSampleType>(format->GetSampleType()))
+                        : 0;
   // A block in another sample format than the session's would be read with the wrong width.
   if (bytesPerSample != source.GetSampleType()) return kKivaBadArgument;
   const std::uint64_t total = static_cast<std::uint64_t>(frames) *
@@ -399,7 +382,6 @@ int KivaQTInterface::WriteSamples(qt::Source& source, KivaWriteSamplesInterface&
   interleaved.resize(static_cast<std::size_t>(total));
   for (std::int32_t c = 0; c < channels; ++c) {
     const auto* from = reinterpret_cast<const std::uint8_t*>(samples.GetChannelBuffer(c));
-    if (from == nullptr) return kKivaBadArgument;
     Interleave(from, frames, bytesPerSample, c, channels, interleaved.data());
   }
   return source.WriteSamples(interleaved.data(), static_cast<std::int32_t>(frames))

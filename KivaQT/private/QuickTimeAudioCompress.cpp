@@ -195,13 +195,7 @@ bool QuickTimeAudioCompress::ProcessOutput(media::MovieStorage& media) {
 bool QuickTimeAudioCompress::EndCompression(media::MovieStorage& media) {
   endOfInput = true;
   if (component) component->EndOfInput();
-  bool ok = true;
-  std::uint32_t packetsOut = 0;
-  std::int64_t duration = 0;
-  do {
-    std::uint32_t packets = GetNumberPacketsToPull();
-    ok = ProcessOutput(media, packets, packetsOut, duration);
-  } while (duration != 0 && packetsOut != 0 && ok);
+  const bool ok = ProcessOutput(media);
   component.reset();
   soundDescription.reset();
   return ok;

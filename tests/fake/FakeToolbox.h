@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
 #include <memory>
 #include <vector>
@@ -68,6 +69,15 @@ class FakeToolbox final : public qt::media::Toolbox {
   // A storage recording into `storage`, or `createError`.
   qt::media::OSErr CreateMovieStorage(const std::string& path,
                                       std::unique_ptr<qt::media::MovieStorage>& made) override;
+
+  // Makes the movie at `path` a fresh FakeMovie that `make` fills in, on every open.
+  void StageMovie(const std::string& path, std::function<void(FakeMovie&)> make) {
+    movies[path] = [make = std::move(make)] {
+      auto movie = std::make_unique<FakeMovie>();
+      make(*movie);
+      return movie;
+    };
+  }
 
   // Script.
   std::vector<std::shared_ptr<qt::media::Component>> components;

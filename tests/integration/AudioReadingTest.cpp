@@ -2,6 +2,7 @@
 // ffmpeg command's own decode, and random reads against the sequential decode.
 
 #include "CommandOutput.h"
+#include "FixtureName.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
 
@@ -210,12 +211,7 @@ TEST_P(AudioReading, RandomReadsMatchTheSequentialDecode) {
 
 INSTANTIATE_TEST_SUITE_P(Fixtures, AudioReading, ::testing::ValuesIn(Fixtures()),
                          [](const ::testing::TestParamInfo<Fixture>& info) {
-                           std::string name = info.param.file;
-                           std::replace_if(
-                               name.begin(), name.end(),
-                               [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); },
-                               '_');
-                           return name;
+                           return kiva::test::TestNameFromFile(info.param.file);
                          });
 
 }  // namespace

@@ -3,6 +3,7 @@
 // picture.
 
 #include "CommandOutput.h"
+#include "FixtureName.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
 
@@ -189,12 +190,7 @@ INSTANTIATE_TEST_SUITE_P(Fixtures, VideoFrames,
                                            VideoFixture{"anamorphic.mp4", 427, 240, 24},
                                            VideoFixture{"one-frame.mp4", 320, 240, 1}),
                          [](const ::testing::TestParamInfo<VideoFixture>& info) {
-                           std::string name = info.param.file;
-                           std::replace_if(
-                               name.begin(), name.end(),
-                               [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); },
-                               '_');
-                           return name;
+                           return kiva::test::TestNameFromFile(info.param.file);
                          });
 
 TEST(VideoFrame, LargestSizeRendersAndLargerIsRefused) {

@@ -24,11 +24,7 @@ class FormatReport : public ::testing::Test {
 
   std::unique_ptr<qt::Source> OpenStaged(const std::string& path,
                                          std::function<void(FakeMovie&)> make) {
-    toolbox.movies[path] = [make] {
-      auto movie = std::make_unique<FakeMovie>();
-      make(*movie);
-      return movie;
-    };
+    toolbox.StageMovie(path, std::move(make));
     qt::Source::ExtendedErrorInfo info;
     std::u16string widePath(path.begin(), path.end());
     return qt::Source::OpenForRead(widePath, info);

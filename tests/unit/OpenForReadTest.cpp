@@ -21,15 +21,6 @@ class OpenForReadTest : public ::testing::Test {
  protected:
   void SetUp() override { toolbox = FakeToolbox(); }
 
-  // Stages `make` as the movie at `path`.
-  void Stage(const std::string& path, std::function<void(FakeMovie&)> make) {
-    toolbox.movies[path] = [make] {
-      auto movie = std::make_unique<FakeMovie>();
-      make(*movie);
-      return movie;
-    };
-  }
-
   std::unique_ptr<qt::Source> Open(const std::u16string& path) {
     qt::Source::ExtendedErrorInfo info;
     auto source = qt::Source::OpenForRead(path, info);
@@ -41,7 +32,7 @@ class OpenForReadTest : public ::testing::Test {
 };
 
 TEST_F(OpenForReadTest, MovieWithoutTracksOpensButTheHostGetsNoContent) {
-  Stage("/media/empty.mov", [](FakeMovie&) {});
+  toolbox.StageMovie("/media/empty.mov", [](FakeMovie&) {});
   ASSERT_NE(Open(u"/media/empty.mov"), nullptr);
 
   StrictMock<test::MockOpen> open;
@@ -58,7 +49,7 @@ TEST_F(OpenForReadTest, MovieWithoutTracksOpensButTheHostGetsNoContent) {
 }
 
 TEST_F(OpenForReadTest, TwoStereoTracks) {
-  Stage("/m/two.mov", [](FakeMovie& movie) {
+  toolbox.StageMovie("/m/two.mov", [](FakeMovie& movie) {
     movie.AddSoundTrack(48000, 2, 3, 1);  // 3 s
     movie.AddSoundTrack(48000, 2, 5, 1);  // 5 s: the longer one sets the length
   });
@@ -72,7 +63,7 @@ TEST_F(OpenForReadTest, TwoStereoTracks) {
 
 TEST_F(OpenForReadTest, TheHostIsToldEverythingInOrder) {
   toolbox.compressionNames[qt::media::FourCharCode("fake")] = "Fake Coding";
-  Stage("/m/two.mov", [](FakeMovie& movie) {
+  toolbox.StageMovie("/m/two.mov", [](FakeMovie& movie) {
     movie.AddSoundTrack(44100, 2, 1, 1);
     movie.AddSoundTrack(44100, 2, 1, 1);
   });
@@ -97,7 +88,7 @@ TEST_F(OpenForReadTest, TheHostIsToldEverythingInOrder) {
 }
 
 TEST_F(OpenForReadTest, FewerLabelsThanChannelsArePaddedWithDiscrete) {
-  Stage("/m/a.mov", [](FakeMovie& movie) {
+  toolbox.StageMovie("/m/a.mov", [](FakeMovie& movie) {
     auto& track = movie.AddSoundTrack(48000, 4, 1, 1);
     qt::media::AudioChannelLayout layout;
     layout.mChannelLayoutTag = qt::media::kAudioChannelLayoutTag_Stereo;
@@ -111,7 +102,7 @@ TEST_F(OpenForReadTest, FewerLabelsThanChannelsArePaddedWithDiscrete) {
 }
 
 TEST_F(OpenForReadTest, SecondVideoTrackIsOnlyCounted) {
-  Stage("/m/v.mov", [](FakeMovie& movie) {
+  toolbox.StageMovie("/m/v.mov", [](FakeMovie& movie) {
     movie.box = {0, 0, 480, 640};
     movie.AddVideoTrack(600, 6000, 250);
     auto& second = movie.AddVideoTrack(30000, 1001 * 300, 300);
@@ -131,14 +122,14 @@ TEST_F(OpenForReadTest, SecondVideoTrackIsOnlyCounted) {
 }
 
 TEST_F(OpenForReadTest, StreamRatesAreRounded) {
-  Stage("/m/r.mov", [](FakeMovie& movie) { movie.AddSoundTrack(44100.4, 1, 1, 1); });
-  Stage("/m/s.mov", [](FakeMovie& movie) { movie.AddSoundTrack(47999.5, 1, 1, 1); });
+  toolbox.StageMovie("/m/r.mov", [](FakeMovie& movie) { movie.AddSoundTrack(44100.4, 1, 1, 1); });
+  toolbox.StageMovie("/m/s.mov", [](FakeMovie& movie) { movie.AddSoundTrack(47999.5, 1, 1, 1); });
   EXPECT_EQ(Open(u"/m/r.mov")->GetSampleRate(), 44100);
   EXPECT_EQ(Open(u"/m/s.mov")->GetSampleRate(), 48000);
 }
 
 TEST_F(OpenForReadTest, TrackWithoutStreamDescriptionIsSkipped) {
-  Stage("/m/x.mov", [](FakeMovie& movie) {
+  toolbox.StageMovie("/m/x.mov", [](FakeMovie& movie) {
     movie.AddSoundTrack(48000, 2, 1, 1).sound.streamDescription.reset();
     movie.AddSoundTrack(22050, 1, 2, 1);
   });
@@ -151,7 +142,8 @@ TEST_F(OpenForReadTest, TrackWithoutStreamDescriptionIsSkipped) {
 
 TEST_F(OpenForReadTest, LengthIsExactAtAnyRateInTheAudioScale) {
   // 168,000 frames at 48 kHz in a power-of-two movie scale.
-  Stage("/m/l.mov", [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 168000, 48000); });
+  toolbox.StageMovie("/m/l.mov",
+                     [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 168000, 48000); });
   EXPECT_EQ(Open(u"/m/l.mov")->GetSampleCount(), 168000);
 }
 
@@ -183,7 +175,7 @@ TEST_F(OpenForReadTest, UnconvertiblePathIsCodeMinusOne) {
 }
 
 TEST_F(OpenForReadTest, ActivateAnswersTrueWhileOpenAndInvertsAReopen) {
-  Stage("/m/a.mov", [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 1, 1); });
+  toolbox.StageMovie("/m/a.mov", [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 1, 1); });
   auto source = Open(u"/m/a.mov");
   ASSERT_NE(source, nullptr);
   EXPECT_TRUE(source->Activate());
@@ -193,7 +185,7 @@ TEST_F(OpenForReadTest, ActivateAnswersTrueWhileOpenAndInvertsAReopen) {
 }
 
 TEST_F(OpenForReadTest, ActivateAfterCloseHasNoPathToReopen) {
-  Stage("/m/a.mov", [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 1, 1); });
+  toolbox.StageMovie("/m/a.mov", [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 1, 1); });
   auto source = Open(u"/m/a.mov");
   source->Close();
   EXPECT_TRUE(source->GetFilePath().empty());
@@ -204,7 +196,7 @@ TEST_F(OpenForReadTest, ActivateAfterCloseHasNoPathToReopen) {
 }
 
 TEST_F(OpenForReadTest, ReinitialisingCountsChannelsTwice) {
-  Stage("/m/a.mov", [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 1, 1); });
+  toolbox.StageMovie("/m/a.mov", [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 1, 1); });
   auto source = Open(u"/m/a.mov");
   qt::Source::ExtendedErrorInfo info;
   ASSERT_TRUE(source->InitializeForRead(u"/m/a.mov", info));
@@ -216,7 +208,7 @@ TEST_F(OpenForReadTest, ReinitialisingCountsChannelsTwice) {
 }
 
 TEST_F(OpenForReadTest, EmptyCodingNameDescribesAsQuickTimeAlone) {
-  Stage("/m/a.mov", [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 1, 1); });
+  toolbox.StageMovie("/m/a.mov", [](FakeMovie& movie) { movie.AddSoundTrack(48000, 2, 1, 1); });
   StrictMock<test::MockOpen> open;
   const std::u16string path = u"/m/a.mov";
   void* handed = nullptr;
@@ -234,7 +226,7 @@ TEST_F(OpenForReadTest, EmptyCodingNameDescribesAsQuickTimeAlone) {
 }
 
 TEST_F(OpenForReadTest, SummaryStandsInForAMissingCodingName) {
-  Stage("/m/a.mov", [](FakeMovie& movie) {
+  toolbox.StageMovie("/m/a.mov", [](FakeMovie& movie) {
     movie.AddSoundTrack(48000, 2, 1, 1).sound.userReadableText = "pcm, 48000 Hz";
   });
   auto source = Open(u"/m/a.mov");

@@ -24,11 +24,7 @@ class ReadSamples : public ::testing::Test {
   void SetUp() override { toolbox = FakeToolbox(); }
 
   std::unique_ptr<qt::Source> OpenStaged(std::function<void(FakeMovie&)> make) {
-    toolbox.movies["/a.mov"] = [make] {
-      auto movie = std::make_unique<FakeMovie>();
-      make(*movie);
-      return movie;
-    };
+    toolbox.StageMovie("/a.mov", std::move(make));
     qt::Source::ExtendedErrorInfo info;
     return qt::Source::OpenForRead(u"/a.mov", info);
   }

@@ -23,11 +23,7 @@ class VideoFrames : public ::testing::Test {
   void SetUp() override { toolbox = FakeToolbox(); }
 
   std::unique_ptr<qt::Source> OpenStaged(std::function<void(FakeMovie&)> make) {
-    toolbox.movies["/v.mov"] = [make] {
-      auto movie = std::make_unique<FakeMovie>();
-      make(*movie);
-      return movie;
-    };
+    toolbox.StageMovie("/v.mov", std::move(make));
     qt::Source::ExtendedErrorInfo info;
     return qt::Source::OpenForRead(u"/v.mov", info);
   }

@@ -101,6 +101,16 @@ std::pair<std::uint32_t, std::uint32_t> SkippedSamples(const AVPacket& packet) {
   return {start, end};
 }
 
+// Where sample 0 of an Ogg stream lies, in its time base. Ogg timestamps are granule positions:
+// sample 0 is at 0 at the earliest (what comes before it is priming), and after the samples the
+// first packet's decoder skips.
+std::int64_t OggOrigin(std::int64_t firstTimestamp, std::int64_t skippedSamples,
+                       const AudioStreamFacts& facts) {
+  return std::max<std::int64_t>(
+      0, firstTimestamp +
+             av_rescale_q(skippedSamples, AVRational{1, facts.sampleRate}, facts.timeBase));
+}
+
 // One pass over the packets: the frames a full decode yields (durations less the priming
 // skipped at the start and the padding discarded at the end), without decoding.
 void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams) {
@@ -134,11 +144,8 @@ void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams
     if (found == totals.end()) continue;
     const ScanTotals& total = found->second;
     if (ogg && total.firstTimestamp != AV_NOPTS_VALUE && total.end != AV_NOPTS_VALUE) {
-      // Ogg timestamps are granule positions: sample 0 is at 0 (what comes before it is
-      // priming), and the last packet's duration is already cut to the final granule.
-      const std::int64_t first = std::max<std::int64_t>(
-          0, total.firstTimestamp +
-                 av_rescale_q(total.firstSkip, AVRational{1, facts.sampleRate}, facts.timeBase));
+      // The last packet's duration is already cut to the final granule.
+      const std::int64_t first = OggOrigin(total.firstTimestamp, total.firstSkip, facts);
       facts.origin = first;
       facts.length = ToSamples(total.end - first, facts.timeBase, facts.sampleRate);
       continue;
@@ -199,9 +206,8 @@ bool PlaceOggStreams(AVFormatContext* format, std::vector<AudioStreamFacts>& str
     const auto [pts, skipped] = first[index];
     const std::int64_t skip =
         av_rescale_q(skipped, AVRational{1, facts->sampleRate}, facts->timeBase);
-    // Sample 0 is at 0: what comes before is priming. The granule end counts the skipped
-    // samples too (Opus' pre-skip).
-    const std::int64_t start = std::max<std::int64_t>(0, pts + skip);
+    // The granule end counts the skipped samples too (Opus' pre-skip).
+    const std::int64_t start = OggOrigin(pts, skipped, *facts);
     const std::int64_t end = stream->start_time + stream->duration - skip;
     if (end <= start) return false;
     facts->origin = start;
