@@ -5,6 +5,7 @@
 #include "KivaQTFormatIDs.h"
 #include "KivaQTMessages.h"
 #include "KivaQTPrivateSettings.h"
+#include "KivaQTSettingsDialog.h"
 #include "QTChannelLayout.h"
 #include "QTExtensions.h"
 #include "QTMediaLayer.h"
@@ -232,6 +233,20 @@ int KivaQTInterface::GetDefaultExportSettings(KivaFormatInterface& format) {
   format.SetNumChannels(2);
   format.SetSampleRate(44100);
   format.SetSampleType(kAudioSampleType_16Bit);
+  return kKivaSuccess;
+}
+
+int KivaQTInterface::RunExportSettingsDialog(KivaFormatInterface& format, void* parentWindow,
+                                             bool& canceled) {
+  KivaQTPrivateSettings settings;
+  const char16_t* serialized = format.GetPrivateSettings();
+  settings.InitializeFromSerialized(serialized != nullptr ? serialized : u"");
+  KivaQTSettingsDialog dialog(settings);
+  canceled = true;
+  if (dialog.RunModal(parentWindow)) {
+    format.SetPrivateSettings(settings.GetSerialized());
+    canceled = false;
+  }
   return kKivaSuccess;
 }
 

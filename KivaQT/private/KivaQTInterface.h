@@ -18,6 +18,9 @@ class KivaQTInterface : public KivaInterfaceTemplate<qt::Source, qt::Source> {
   int ReadVideoFrame(qt::Source& source, KivaReadVideoFrameInterface& request) override;
   int GetDefaultExportSettings(KivaFormatInterface& format) override;
   int GetExportSettingsInfo(KivaGetExportSettingsInfoInterface& info) override;
+  // Shows the export settings dialog; on OK the host's settings string gets the choice.
+  int RunExportSettingsDialog(KivaFormatInterface& format, void* parentWindow,
+                              bool& canceled) override;
   int WriteStart(KivaWriteStartInterface& start, qt::Source*& source) override;
   int WriteSamples(qt::Source& source, KivaWriteSamplesInterface& samples) override;
   int FinishWrite(qt::Source& source, bool finishFlag, const KivaFormatInterface& format) override;

@@ -2,6 +2,37 @@
 
 namespace kiva::test {
 
+namespace {
+
+class FakeMovieExporter final : public qt::media::MovieExporter {
+ public:
+  explicit FakeMovieExporter(FakeComponent& component) : component(component) {
+    ++component.exporterOpens;
+  }
+  ~FakeMovieExporter() override { ++component.exporterCloses; }
+  qt::media::OSErr DoUserDialog(bool& canceled) override {
+    ++component.dialogCalls;
+    canceled = component.dialogCanceled;
+    return component.dialogError;
+  }
+  qt::media::OSErr GetSettingsAsAtomContainer(std::vector<std::uint8_t>& settings) override {
+    ++component.settingsCalls;
+    if (component.settingsError == qt::media::kNoErr) settings = component.settings;
+    return component.settingsError;
+  }
+
+ private:
+  FakeComponent& component;
+};
+
+}  // namespace
+
+qt::media::OSErr FakeComponent::OpenExporter(std::unique_ptr<qt::media::MovieExporter>& exporter) {
+  if (exporterOpenError != qt::media::kNoErr) return exporterOpenError;
+  exporter = std::make_unique<FakeMovieExporter>(*this);
+  return qt::media::kNoErr;
+}
+
 std::shared_ptr<FakeComponent> MakeImporter(const char (&subType)[5],
                                             std::vector<std::string> mimeTypes,
                                             std::vector<std::string> extensionAtoms) {

@@ -16,7 +16,8 @@
 
 namespace kiva::test {
 
-// An installed component with a scripted description, open result and MIME list.
+// An installed component with a scripted description, open result and MIME list, and as an
+// exporter a scripted settings dialog.
 class FakeComponent final : public qt::media::Component {
  public:
   qt::media::ComponentDescription GetDescription() const override { return description; }
@@ -29,11 +30,25 @@ class FakeComponent final : public qt::media::Component {
     return mimeListError;
   }
 
+  qt::media::OSErr OpenExporter(std::unique_ptr<qt::media::MovieExporter>& exporter) override;
+
   qt::media::ComponentDescription description;
   qt::media::OSErr openError = qt::media::kNoErr;
   qt::media::OSErr mimeListError = qt::media::kNoErr;
   qt::media::MIMETypeList mimeList;
   int openCalls = 0;
+
+  // The exporter: how its dialog ends and the settings it then gives.
+  qt::media::OSErr exporterOpenError = qt::media::kNoErr;
+  qt::media::OSErr dialogError = qt::media::kNoErr;
+  bool dialogCanceled = false;
+  qt::media::OSErr settingsError = qt::media::kNoErr;
+  std::vector<std::uint8_t> settings;
+  // What the exporter was asked: instances opened and closed, dialogs shown, settings taken.
+  int exporterOpens = 0;
+  int exporterCloses = 0;
+  int dialogCalls = 0;
+  int settingsCalls = 0;
 };
 
 // An exporter of the given subtype, as the export catalogue searches for.

@@ -328,17 +328,6 @@ TEST(EntryPoint, FailingExportDialogReturnsItsCodeWithoutSetCanceled) {
   EXPECT_EQ(probe.EntryPoint(kSelRunExportSettingsDialog, nullptr, &dialog), -1);
 }
 
-TEST(EntryPoint, ExportDialogIsNotSupportedByDefault) {
-  KivaQTInterface kivaInterface;
-  StrictMock<kiva::test::MockRunExportSettingsDialog> dialog;
-  StrictMock<kiva::test::MockFormat> format;
-  EXPECT_CALL(dialog, GetErrorReporter()).WillOnce(Return(nullptr));
-  EXPECT_CALL(dialog, GetParentWindow()).WillOnce(Return(nullptr));
-  EXPECT_CALL(dialog, GetFormat()).WillOnce(Return(&format));
-  EXPECT_EQ(kivaInterface.EntryPoint(kSelRunExportSettingsDialog, nullptr, &dialog),
-            kKivaNotSupported);
-}
-
 TEST(EntryPoint, TheReporterOfOneRequestNeverReachesTheNext) {
   ProbeInterface probe;
   MockErrorReporter reporter;

@@ -5,6 +5,7 @@
 #include "MediaStatus.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -45,6 +46,18 @@ struct MIMETypeList {
   std::vector<std::string> extensions;
 };
 
+// An open export component: its own settings dialog and the settings it holds.
+class MovieExporter {
+ public:
+  virtual ~MovieExporter() = default;
+  // Shows the exporter's settings dialog, which opens on the settings the exporter holds (its
+  // defaults when just opened). Accepting it makes the choice the exporter's settings; with
+  // `canceled` set nothing changed.
+  virtual OSErr DoUserDialog(bool& canceled) = 0;
+  // The settings the exporter holds, as the bytes of its settings container.
+  virtual OSErr GetSettingsAsAtomContainer(std::vector<std::uint8_t>& settings) = 0;
+};
+
 class Component {
  public:
   virtual ~Component() = default;
@@ -54,6 +67,8 @@ class Component {
   virtual OSErr Open() = 0;
   // The importer's MIME list; an error when it publishes none.
   virtual OSErr GetMIMETypeList(MIMETypeList& list) = 0;
+  // An instance of an export component; kBadComponentTypeErr for any other component.
+  virtual OSErr OpenExporter(std::unique_ptr<MovieExporter>& exporter) = 0;
 };
 
 }  // namespace kiva::qt::media

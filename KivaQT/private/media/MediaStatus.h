@@ -9,11 +9,12 @@ namespace kiva::qt::media {
 using OSErr = std::int32_t;
 
 inline constexpr OSErr kNoErr = 0;
-inline constexpr OSErr kPathConversionErr = -1;   // a path that cannot be converted from UTF-16
-inline constexpr OSErr kIOErr = -36;              // I/O error
-inline constexpr OSErr kFileNotFoundErr = -43;    // no such file
-inline constexpr OSErr kPermissionErr = -54;      // not allowed to open it
-inline constexpr OSErr kMemFullErr = -108;        // out of memory
-inline constexpr OSErr kInvalidMovieErr = -2048;  // not a movie, or no decoder for it
+inline constexpr OSErr kPathConversionErr = -1;       // a path that cannot be converted from UTF-16
+inline constexpr OSErr kIOErr = -36;                  // I/O error
+inline constexpr OSErr kFileNotFoundErr = -43;        // no such file
+inline constexpr OSErr kPermissionErr = -54;          // not allowed to open it
+inline constexpr OSErr kMemFullErr = -108;            // out of memory
+inline constexpr OSErr kBadComponentTypeErr = -2005;  // a component of another kind
+inline constexpr OSErr kInvalidMovieErr = -2048;      // not a movie, or no decoder for it
 
 }  // namespace kiva::qt::media

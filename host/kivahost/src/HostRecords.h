@@ -132,6 +132,21 @@ class HostFormat final : public kiva::KivaFormatInterface {
   std::int64_t sampleCount = 0;
 };
 
+// The export settings dialog request: the format whose settings it edits, the window to show it
+// over, and whether the user canceled (unset until the plug-in says).
+class HostExportSettingsDialog final : public kiva::KivaRunExportSettingsDialogInterface {
+ public:
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  kiva::KivaFormatInterface* GetFormat() override { return &format; }
+  void* GetParentWindow() override { return parentWindow; }
+  void SetCanceled(bool value) override { canceled = value ? 1 : 0; }
+
+  HostErrorReporter reporter;
+  HostFormat format;
+  void* parentWindow = nullptr;
+  int canceled = -1;  // -1: never set
+};
+
 class HostOpen final : public kiva::KivaOpenInterface {
  public:
   explicit HostOpen(const std::string& path) : path(ToUtf16(path)) {}

@@ -2,8 +2,9 @@
 
 #include "OpenedFile.h"
 
+#include <noxui/ui/Application.h>
+
 #include <QFont>
-#include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
 
@@ -11,32 +12,12 @@
 #include <cstdlib>
 #include <string>
 
-#include <sys/stat.h>
-#include <unistd.h>
 #include <iostream>
 #include <memory>
 
 namespace kivahost {
 
 namespace {
-
-// Fonts and image files need a Qt application; without a display it draws off-screen.
-void EnsureGuiApplication() {
-  if (QGuiApplication::instance() != nullptr) return;
-  if (std::getenv("DISPLAY") == nullptr && std::getenv("WAYLAND_DISPLAY") == nullptr) {
-    setenv("QT_QPA_PLATFORM", "offscreen", 0);
-  }
-  if (std::getenv("XDG_RUNTIME_DIR") == nullptr) {
-    // Qt wants a private runtime directory; a host started outside a session has none.
-    const std::string runtime = "/tmp/kivahost-runtime-" + std::to_string(getuid());
-    mkdir(runtime.c_str(), 0700);
-    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 0);
-  }
-  static int argc = 1;
-  static char name[] = "kivahost";
-  static char* argv[] = {name, nullptr};
-  static QGuiApplication application(argc, argv);
-}
 
 // The plug-in's pixels are B, G, R, A bytes: QImage's ARGB32 on a little-endian machine.
 QImage ToImage(const std::vector<std::uint8_t>& pixels, int width, int height) {
@@ -56,11 +37,14 @@ QString Facts(const std::string& path, const OpenedFile& file) {
   if (!format.labels.empty()) {
     QString labels;
     for (const auto label : format.labels) labels += QString::fromStdString(LabelName(label)) + " ";
-    text += QString("   %1 ch (%2)  %3 Hz  %4 s")
-                .arg(format.labels.size())
-                .arg(labels.trimmed())
-                .arg(format.sampleRate)
-                .arg(format.sampleRate > 0 ? static_cast<double>(format.sampleCount) / format.sampleRate : 0, 0, 'f', 2);
+    text +=
+        QString("   %1 ch (%2)  %3 Hz  %4 s")
+            .arg(format.labels.size())
+            .arg(labels.trimmed())
+            .arg(format.sampleRate)
+            .arg(format.sampleRate > 0 ? static_cast<double>(format.sampleCount) / format.sampleRate
+                                       : 0,
+                 0, 'f', 2);
   }
   const VideoStreamFacts& video = format.video.facts;
   if (video.streamCount > 0) {
@@ -78,7 +62,8 @@ std::vector<std::vector<std::pair<float, float>>> Envelopes(const OpenedFile& fi
   const std::size_t channels = file.Format().labels.size();
   const std::int64_t length = file.Format().sampleCount;
   std::vector<std::vector<std::pair<float, float>>> envelopes(
-      channels, std::vector<std::pair<float, float>>(static_cast<std::size_t>(columns), {0.0f, 0.0f}));
+      channels,
+      std::vector<std::pair<float, float>>(static_cast<std::size_t>(columns), {0.0f, 0.0f}));
   if (channels == 0 || length <= 0) return envelopes;
   constexpr std::int64_t kBlock = 65536;
   std::vector<std::vector<float>> planes(channels, std::vector<float>(kBlock));
@@ -113,11 +98,11 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
     }
     std::vector<std::uint8_t> pixels;
     if (const int status = file.ReadFrame(index, width, height, pixels); status != 0) {
-      std::cerr << "kivahost: frame " << index << " of " << path << " at " << width << "x"
-                << height << " failed (status " << status << ")\n";
+      std::cerr << "kivahost: frame " << index << " of " << path << " at " << width << "x" << height
+                << " failed (status " << status << ")\n";
       return 1;
     }
-    EnsureGuiApplication();
+    noxui::ui::EnsureApplication();
     if (!ToImage(pixels, width, height).save(QString::fromStdString(output), "PNG")) {
       std::cerr << "kivahost: cannot write " << output << '\n';
       return 1;
@@ -133,7 +118,7 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
 int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string& output) {
   try {
     OpenedFile file(plugIn, path);
-    EnsureGuiApplication();
+    noxui::ui::EnsureApplication();
     constexpr int kWidth = 1200;
     constexpr int kMargin = 12;
     constexpr int kHeader = 36;

@@ -5,6 +5,7 @@
 #include "Export.h"
 #include "Pictures.h"
 #include "PlugIn.h"
+#include "Settings.h"
 
 #include <orb/app/App.h>
 
@@ -67,6 +68,16 @@ int main(int argc, char** argv) {
   exportCommand->add_option("-o,--output", output, "the movie to write")->required();
   exportCommand->add_option("--settings", settings, "private settings string");
   exportCommand->add_option("--sample-type", sampleType, "8, 16, 24 or 32f")->capture_default_str();
+  std::string formatName;
+  exportCommand->add_option("--format", formatName,
+                            "export format as the settings dialog lists it (aac, alac, ac3, ...)");
+
+  std::string script;
+  CLI::App* settingsCommand =
+      cli.add_subcommand("settings", "show the export settings dialog and print the settings");
+  settingsCommand->add_option("--settings", settings, "private settings string to start from");
+  settingsCommand->add_option("--script", script,
+                              "answer dialogs by script: \"Dialog: Control=Item, Button; ...\"");
 
   std::string samplePath = KIVAHOST_DEMO_SAMPLE;
   std::string outputDirectory = std::filesystem::path(samplePath).parent_path().string();
@@ -95,8 +106,18 @@ int main(int argc, char** argv) {
     }
     if (preview->parsed()) return kivahost::RunPreview(plugIn, file, output);
     if (exportCommand->parsed()) {
+      if (!formatName.empty()) {
+        kivahost::ScriptFormatChoice(formatName);
+        bool canceled = true;
+        const int status = kivahost::ChooseExportSettings(plugIn, settings, canceled);
+        if (status != 0 || canceled) {
+          std::cerr << "kivahost: no export format chosen (status " << status << ")\n";
+          return 1;
+        }
+      }
       return kivahost::RunExport(plugIn, file, output, settings, sampleType);
     }
+    if (settingsCommand->parsed()) return kivahost::RunSettings(plugIn, settings, script);
     return kivahost::RunDemo(plugIn, samplePath, outputDirectory);
   } catch (const std::exception& error) {
     std::cerr << "kivahost: " << error.what() << '\n';

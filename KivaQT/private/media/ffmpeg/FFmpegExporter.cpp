@@ -1,12 +1,15 @@
 #include "FFmpegExporter.h"
 
+#include "FFmpegExporterDialog.h"
 #include "FFmpegPtr.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
 }
 
+#include <algorithm>
 #include <cstring>
+#include <string>
 
 namespace kiva::qt::media::ffmpeg {
 
@@ -14,15 +17,27 @@ namespace {
 
 struct ExportFormat {
   std::uint32_t subType;
-  const char* encoder;  // null: uncompressed PCM, written without an encoder
+  const char* encoder;        // null: uncompressed PCM, written without an encoder
+  const char* name;           // as the format's settings dialog names it
+  std::vector<int> bitRates;  // what its settings dialog offers; empty: nothing to set
 };
 
 // The catalogue's order. Subtypes are the formats' four-character sound format codes.
 const ExportFormat kFormats[] = {
-    {FourCharCode("lpcm"), nullptr},      {FourCharCode("aac "), "aac"},
-    {FourCharCode("alac"), "alac"},       {FourCharCode("ac-3"), "ac3"},
-    {FourCharCode(".mp3"), "libmp3lame"}, {FourCharCode("alaw"), "pcm_alaw"},
-    {FourCharCode("ulaw"), "pcm_mulaw"},  {FourCharCode("ima4"), "adpcm_ima_qt"},
+    {FourCharCode("lpcm"), nullptr, "Linear PCM", {}},
+    {FourCharCode("aac "), "aac", "AAC", {64000, 96000, 128000, 160000, 192000, 256000, 320000}},
+    {FourCharCode("alac"), "alac", "ALAC", {}},
+    {FourCharCode("ac-3"),
+     "ac3",
+     "AC-3",
+     {96000, 128000, 160000, 192000, 224000, 256000, 320000, 384000, 448000, 640000}},
+    {FourCharCode(".mp3"),
+     "libmp3lame",
+     "MP3",
+     {64000, 96000, 128000, 160000, 192000, 224000, 256000, 320000}},
+    {FourCharCode("alaw"), "pcm_alaw", "A-law", {}},
+    {FourCharCode("ulaw"), "pcm_mulaw", "\u00b5-law", {}},
+    {FourCharCode("ima4"), "adpcm_ima_qt", "IMA 4:1 ADPCM", {}},
 };
 
 // An encoder set up for stereo at 44.1 kHz in its first sample format; null when it cannot open.
@@ -60,6 +75,44 @@ bool MovieTakes(const AVCodecContext& encoder) {
   return written;
 }
 
+// An open exporter: the settings its dialog edits, starting from the encoder's own defaults for
+// stereo at 44.1 kHz.
+class FFmpegMovieExporter final : public MovieExporter {
+ public:
+  explicit FFmpegMovieExporter(const ExportFormat& format) : format(format) {
+    if (format.bitRates.empty()) return;
+    const CodecContextPtr encoder = OpenEncoder(format.encoder);
+    bitRate = encoder ? static_cast<int>(encoder->bit_rate) : 0;
+    // An encoder default outside the offered rates is offered too, in its place.
+    if (bitRate > 0 && std::find(this->format.bitRates.begin(), this->format.bitRates.end(),
+                                 bitRate) == this->format.bitRates.end()) {
+      this->format.bitRates.insert(
+          std::upper_bound(this->format.bitRates.begin(), this->format.bitRates.end(), bitRate),
+          bitRate);
+    }
+  }
+
+  OSErr DoUserDialog(bool& canceled) override {
+    int chosen = bitRate;
+    canceled = !RunExporterDialog(format.name, format.bitRates, chosen);
+    if (!canceled) bitRate = chosen;
+    return kNoErr;
+  }
+
+  // "codec=<encoder>\n" and, for formats with a bit rate, "bit_rate=<bits per second>\n".
+  OSErr GetSettingsAsAtomContainer(std::vector<std::uint8_t>& settings) override {
+    std::string text =
+        "codec=" + std::string(format.encoder != nullptr ? format.encoder : "lpcm") + "\n";
+    if (!format.bitRates.empty()) text += "bit_rate=" + std::to_string(bitRate) + "\n";
+    settings.assign(text.begin(), text.end());
+    return kNoErr;
+  }
+
+ private:
+  ExportFormat format;
+  int bitRate = 0;
+};
+
 class FFmpegExporterComponent final : public Component {
  public:
   explicit FFmpegExporterComponent(const ExportFormat& format) : format(format) {}
@@ -74,6 +127,10 @@ class FFmpegExporterComponent final : public Component {
     return format.encoder == nullptr || OpenEncoder(format.encoder) ? kNoErr : kInvalidMovieErr;
   }
   OSErr GetMIMETypeList(MIMETypeList&) override { return kInvalidMovieErr; }  // exports only
+  OSErr OpenExporter(std::unique_ptr<MovieExporter>& exporter) override {
+    exporter = std::make_unique<FFmpegMovieExporter>(format);
+    return kNoErr;
+  }
 
  private:
   ExportFormat format;

@@ -19,6 +19,7 @@ class FFmpegImporter final : public Component {
   ComponentDescription GetDescription() const override { return description; }
   OSErr Open() override { return kNoErr; }
   OSErr GetMIMETypeList(MIMETypeList& list) override;
+  OSErr OpenExporter(std::unique_ptr<MovieExporter>&) override { return kBadComponentTypeErr; }
 
  private:
   ComponentDescription description;

@@ -1,0 +1,22 @@
+// kivahost settings: the plug-in's export settings dialog, as a host shows it before an export.
+#pragma once
+
+#include "PlugIn.h"
+
+#include <string>
+
+namespace kivahost {
+
+// Runs the dialog on `settings`; on OK `settings` becomes the plug-in's new string. Returns the
+// plug-in's status; `canceled` tells whether the user canceled. The host's errors (a dialog
+// that cannot be shown) are thrown as they come.
+int ChooseExportSettings(const PlugIn& plugIn, std::string& settings, bool& canceled);
+
+// Selects the export format whose popup text is `name` in the dialog, through a dialog script.
+void ScriptFormatChoice(const std::string& name);
+
+// The settings command: shows the dialog (answered by `script` when given) and prints the
+// resulting private settings string.
+int RunSettings(const PlugIn& plugIn, std::string settings, const std::string& script);
+
+}  // namespace kivahost

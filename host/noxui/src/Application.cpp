@@ -1,0 +1,53 @@
+#include <noxcore/config/Error.h>
+#include <noxui/ui/Application.h>
+
+#include <QApplication>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace noxui::ui {
+
+namespace {
+
+constexpr const char* kNoWidgets =
+    "$$$/noxui/Application/NoWidgets=The application cannot show dialogs: it started the "
+    "toolkit without widgets.";
+
+bool sWithoutDisplay = false;
+
+}  // namespace
+
+void EnsureApplication() {
+  QCoreApplication* existing = QCoreApplication::instance();
+  if (existing != nullptr) {
+    if (qobject_cast<QApplication*>(existing) == nullptr) {
+      noxcore::config::ThrowError(0, kNoWidgets, 106, 1, true);
+    }
+    return;
+  }
+  if (std::getenv("DISPLAY") == nullptr && std::getenv("WAYLAND_DISPLAY") == nullptr &&
+      std::getenv("QT_QPA_PLATFORM") == nullptr) {
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    sWithoutDisplay = true;
+  }
+  if (std::getenv("XDG_RUNTIME_DIR") == nullptr) {
+    // The toolkit wants a private runtime directory; a process started outside a session has
+    // none.
+    const std::string runtime = "/tmp/noxui-runtime-" + std::to_string(getuid());
+    mkdir(runtime.c_str(), 0700);
+    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 0);
+  }
+  // The toolkit keeps argc and argv for the application's life: both must be static.
+  static int argc = 1;
+  static char name[] = "noxui";
+  static char* argv[] = {name, nullptr};
+  static QApplication application(argc, argv);
+}
+
+bool IsWithoutDisplay() { return sWithoutDisplay; }
+
+}  // namespace noxui::ui
