@@ -5,6 +5,7 @@
 #include <noxui/controls/UI_Button.h>
 #include <noxui/controls/UI_Popup.h>
 #include <noxui/controls/UI_StaticText.h>
+#include <noxui/ui/Application.h>
 #include <noxui/ui/DialogScript.h>
 #include <noxui/ui/UI_ArchivedDialog.h>
 
@@ -324,6 +325,7 @@ TEST_F(NoxuiDialog, MissingOrWrongResourcesAreHostErrors) {
 }
 
 TEST_F(NoxuiDialog, TheParentWindowOwnsTheDialogWindowAndTheBuiltCallbackRuns) {
+  ui::EnsureApplication();
   QWidget parent;
   int built = 0;
   ui::UI_ArchivedDialogPtr dialog(new ui::UI_ArchivedDialog(

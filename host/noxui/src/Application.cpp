@@ -41,11 +41,14 @@ void EnsureApplication() {
     mkdir(runtime.c_str(), 0700);
     setenv("XDG_RUNTIME_DIR", runtime.c_str(), 0);
   }
-  // The toolkit keeps argc and argv for the application's life: both must be static.
+  // The toolkit keeps argc and argv for the application's life: both must be static. The
+  // application is never destroyed: at exit, the order in which the toolkit's own statics go is
+  // not ours to control, and tearing the application down among them crashes.
   static int argc = 1;
   static char name[] = "noxui";
   static char* argv[] = {name, nullptr};
-  static QApplication application(argc, argv);
+  static QApplication* application = new QApplication(argc, argv);
+  (void)application;
 }
 
 bool IsWithoutDisplay() { return sWithoutDisplay; }

@@ -20,6 +20,9 @@ struct ExportFormat {
   const char* encoder;        // null: uncompressed PCM, written without an encoder
   const char* name;           // as the format's settings dialog names it
   std::vector<int> bitRates;  // what its settings dialog offers; empty: nothing to set
+  // The rate the encoder's library uses when FFmpeg leaves the choice to it and so cannot report
+  // it (LAME encodes at 128 kbit/s); 0 where FFmpeg reports its default.
+  int libraryBitRate = 0;
 };
 
 // The catalogue's order. Subtypes are the formats' four-character sound format codes.
@@ -34,7 +37,8 @@ const ExportFormat kFormats[] = {
     {FourCharCode(".mp3"),
      "libmp3lame",
      "MP3",
-     {64000, 96000, 128000, 160000, 192000, 224000, 256000, 320000}},
+     {64000, 96000, 128000, 160000, 192000, 224000, 256000, 320000},
+     128000},
     {FourCharCode("alaw"), "pcm_alaw", "A-law", {}},
     {FourCharCode("ulaw"), "pcm_mulaw", "\u00b5-law", {}},
     {FourCharCode("ima4"), "adpcm_ima_qt", "IMA 4:1 ADPCM", {}},
@@ -83,6 +87,7 @@ class FFmpegMovieExporter final : public MovieExporter {
     if (format.bitRates.empty()) return;
     const CodecContextPtr encoder = OpenEncoder(format.encoder);
     bitRate = encoder ? static_cast<int>(encoder->bit_rate) : 0;
+    if (bitRate == 0) bitRate = format.libraryBitRate;
     // An encoder default outside the offered rates is offered too, in its place.
     if (bitRate > 0 && std::find(this->format.bitRates.begin(), this->format.bitRates.end(),
                                  bitRate) == this->format.bitRates.end()) {
