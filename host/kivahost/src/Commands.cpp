@@ -3,6 +3,7 @@
 #include "Export.h"
 #include "OpenedFile.h"
 #include "Pictures.h"
+#include "Settings.h"
 
 #include <sndfile.h>
 #include <unistd.h>
@@ -247,7 +248,25 @@ int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
     return status;
   }
   std::cout << "\nRead back:\n";
-  return RunProbe(plugIn, exported, false);
+  if (const int status = RunProbe(plugIn, exported, false); status != 0) return status;
+
+  // The settings dialog, answered by script as a person would: AAC, then OK.
+  std::cout << "\nExport settings dialog (scripted): format aac, OK\n";
+  ScriptFormatChoice("aac");
+  std::string settings;
+  bool canceled = true;
+  if (const int status = ChooseExportSettings(plugIn, settings, canceled);
+      status != 0 || canceled) {
+    std::cerr << "kivahost: the settings dialog did not choose a format (status " << status
+              << ")\n";
+    return 1;
+  }
+  const std::string compressed = outputDirectory + "/demo-export-aac.mov";
+  if (const int status = RunExport(plugIn, samplePath, compressed, settings, "16"); status != 0) {
+    return status;
+  }
+  std::cout << "\nRead back:\n";
+  return RunProbe(plugIn, compressed, false);
 }
 
 }  // namespace kivahost
