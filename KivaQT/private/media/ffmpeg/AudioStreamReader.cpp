@@ -189,6 +189,21 @@ OSErr AudioStreamReader::DecodeNext(bool& ended) {
 }
 
 OSErr AudioStreamReader::Convert(const AVFrame& decoded, const std::vector<float*>& planes) {
+  const auto frames = static_cast<std::size_t>(decoded.nb_samples);
+  const auto decodedChannels = static_cast<std::size_t>(decoded.ch_layout.nb_channels);
+  // Channels the frame lacks are silent.
+  for (std::size_t c = decodedChannels; c < planes.size(); ++c) {
+    if (planes[c] != nullptr) std::fill(planes[c], planes[c] + frames, 0.0f);
+  }
+  // Most lossy decoders already give planar floats: copying beats a pass through the converter.
+  if (decoded.format == AV_SAMPLE_FMT_FLTP) {
+    for (std::size_t c = 0; c < std::min(decodedChannels, planes.size()); ++c) {
+      if (planes[c] != nullptr) {
+        std::memcpy(planes[c], decoded.extended_data[c], frames * sizeof(float));
+      }
+    }
+    return kNoErr;
+  }
   if (!converter || decoded.format != converterFormat ||
       av_channel_layout_compare(&decoded.ch_layout, &converterLayout) != 0) {
     SwrContext* raw = nullptr;
@@ -206,10 +221,8 @@ OSErr AudioStreamReader::Convert(const AVFrame& decoded, const std::vector<float
     av_channel_layout_uninit(&converterLayout);
     av_channel_layout_copy(&converterLayout, &decoded.ch_layout);
   }
-  const auto frames = static_cast<std::size_t>(decoded.nb_samples);
-  const auto decodedChannels = static_cast<std::size_t>(decoded.ch_layout.nb_channels);
   // Channels nobody wants (a null destination, or more than the stream announced) are
-  // converted into scratch space; channels the frame lacks are silent.
+  // converted into scratch space.
   std::vector<std::uint8_t*>& targets = convertTargets;
   targets.resize(decodedChannels);
   for (std::size_t c = 0; c < decodedChannels; ++c) {
@@ -220,9 +233,6 @@ OSErr AudioStreamReader::Convert(const AVFrame& decoded, const std::vector<float
       plane = scratch[c].data();
     }
     targets[c] = reinterpret_cast<std::uint8_t*>(plane);
-  }
-  for (std::size_t c = decodedChannels; c < planes.size(); ++c) {
-    if (planes[c] != nullptr) std::fill(planes[c], planes[c] + frames, 0.0f);
   }
   const int converted =
       swr_convert(converter.get(), targets.data(), decoded.nb_samples,
