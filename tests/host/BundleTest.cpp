@@ -7,6 +7,8 @@
 
 #include <kiva/KivaInterfaceTemplate.h>
 
+#include <QCoreApplication>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -61,6 +63,21 @@ TEST(Bundle, LoadsWithDlopenAndAnswersSelectors) {
   EXPECT_EQ(entry(15, nullptr, nullptr), kiva::kKivaUnknownSelector);
   EXPECT_EQ(entry(kiva::kSelCloseForRead, nullptr, nullptr), kiva::kKivaBadArgument);
   EXPECT_EQ(entry(kiva::kSelTerminate, nullptr, nullptr), 0);
+  dlclose(library);
+}
+
+TEST(Bundle, LoadingAndStartingDoNotBringUpTheToolkit) {
+  // A host without a display must be able to load, describe, start and stop the plug-in: the
+  // windowing toolkit comes up only when a dialog is shown.
+  void* library = dlopen(kLibrary.c_str(), RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(library, nullptr) << dlerror();
+  auto entry = reinterpret_cast<int (*)(int, void*, void*)>(dlsym(library, "KivaInterface"));
+  ::testing::NiceMock<kiva::test::MockKivaInfo> info;
+  EXPECT_EQ(entry(kiva::kSelGetKivaInfo, nullptr, &info), 0);
+  EXPECT_EQ(entry(kiva::kSelInitialize, nullptr, nullptr), 0);
+  EXPECT_EQ(QCoreApplication::instance(), nullptr);
+  EXPECT_EQ(entry(kiva::kSelTerminate, nullptr, nullptr), 0);
+  EXPECT_EQ(QCoreApplication::instance(), nullptr);
   dlclose(library);
 }
 
