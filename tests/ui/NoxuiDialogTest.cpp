@@ -23,6 +23,7 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -368,6 +369,18 @@ TEST_F(NoxuiDialog, AHandlerErrorDuringAClickEndsTheRunAndIsRaisedAfterIt) {
   QWidget* ok = dialog->GetNodeForID("OK")->GetWidget();
   QTimer::singleShot(0, [ok] { QTest::mouseClick(ok, Qt::LeftButton); });
   EXPECT_EQ(dialog->RunModal(), ui::kDialogOK);
+}
+
+TEST_F(NoxuiDialog, DialogsRequestedFromAnotherThreadAreRefused) {
+  ui::EnsureApplication();
+  std::u16string made;
+  std::thread([&] { made = ErrorOf([&] { Make(); }); }).join();
+  EXPECT_EQ(made, u"The dialog \"Sample\" can only be shown on the application's main thread.");
+  auto dialog = MakeWithButtons();
+  std::u16string run;
+  std::thread([&] { run = ErrorOf([&] { dialog->RunModal(); }); }).join();
+  EXPECT_EQ(run,
+            u"The dialog \"Sample Title\" can only be shown on the application's main thread.");
 }
 
 TEST_F(NoxuiDialog, NodesOutliveTheirDialogSafely) {

@@ -1,3 +1,5 @@
+#include "ApplicationThread.h"
+
 #include <noxcore/config/Error.h>
 #include <noxui/ui/Application.h>
 #include <noxui/ui/UI_ArchivedDialog.h>
@@ -26,6 +28,7 @@ std::u16string ToUTF16(const std::string& text) {
 QDialog* LoadDialog(const utility::ResourceManager* resources, const std::string& name,
                     void* parentWindow) {
   EnsureApplication();
+  detail::RequireApplicationThread(ToUTF16(name));
   const std::string path = resources != nullptr ? resources->FindResource(name + ".ui") : "";
   if (path.empty()) noxcore::config::ThrowError(0, kMissingResource, 106, 10, true, ToUTF16(name));
   QFile file(QString::fromStdString(path));

@@ -1,3 +1,4 @@
+#include "ApplicationThread.h"
 #include "PendingError.h"
 
 #include <noxcore/config/Error.h>
@@ -14,7 +15,6 @@
 #include <QDialog>
 #include <QLabel>
 #include <QPushButton>
-#include <QThread>
 
 namespace noxui::ui {
 
@@ -22,9 +22,6 @@ namespace {
 
 constexpr const char* kNoDisplay =
     "$$$/noxui/Dialog/NoDisplay=There is no display to show the dialog \"@0\" on.";
-constexpr const char* kNotOnMainThread =
-    "$$$/noxui/Dialog/NotOnMainThread=The dialog \"@0\" can only be shown on the application's "
-    "main thread.";
 constexpr const char* kNoSuchControl =
     "$$$/noxui/DialogScript/NoSuchControl=The dialog \"@0\" has no control \"@1\".";
 constexpr const char* kNoSuchItem =
@@ -79,9 +76,7 @@ void UI_Dialog::SetCancelButton(boost::intrusive_ptr<controls::UI_Button> button
 
 int UI_Dialog::RunModal() {
   const std::u16string title = dialog->windowTitle().toStdU16String();
-  if (QThread::currentThread() != QCoreApplication::instance()->thread()) {
-    noxcore::config::ThrowError(0, kNotOnMainThread, 106, 2, true, title);
-  }
+  detail::RequireApplicationThread(title);
   finished = false;
   result = kDialogCancel;
   if (DialogScript::Get().IsActive()) return RunScripted();
