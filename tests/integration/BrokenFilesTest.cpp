@@ -15,6 +15,8 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kFixtures = KIVA_FIXTURES;
+// Inputs that once made a fuzz target fail, kept as test media.
+const std::string kFuzzRegressions = KIVA_FUZZ_REGRESSIONS;
 
 class BrokenFiles : public ::testing::Test {
  protected:
@@ -77,6 +79,23 @@ TEST_F(BrokenFiles, CutOggIsAsLongAsItsFullDecode) {
     EXPECT_LT(format.sampleCount, 168000) << name;
     kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
   }
+}
+
+TEST_F(BrokenFiles, VideoWhoseFramesCannotBeReadRefusesEveryFrameRequest) {
+  // Its index promises two frames, but no packet of them can be read: every request fails the
+  // same way, the first and all later ones.
+  kivahost::HostOpen open(kFuzzRegressions + "/media_file/mp4-video-without-readable-frames");
+  kiva::KivaQTInterface kivaInterface;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open), 0);
+  kivahost::HostFormat format;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelGetFormat, open.source, &format), 0);
+  ASSERT_EQ(format.video.facts.streamCount, 1);
+  std::vector<char> pixels(16 * 16 * 4);
+  for (const int index : {0, 0, 1, 0}) {
+    kivahost::HostReadVideoFrame request(index, 16, 16, pixels.data());
+    EXPECT_EQ(kivaInterface.EntryPoint(kiva::kSelReadVideoFrame, open.source, &request), -1);
+  }
+  kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
 }
 
 }  // namespace
