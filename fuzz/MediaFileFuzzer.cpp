@@ -73,7 +73,12 @@ void ReadFrames(void* handle, const kivahost::VideoStreamFacts& video) {
       std::vector<char> pixels(static_cast<std::size_t>(size.width * size.height * 4));
       kivahost::HostReadVideoFrame request(index, size.width, size.height, pixels.data());
       const int status = Call(kSelReadVideoFrame, handle, &request);
-      Check(status == kKivaSuccess || status == kKivaGeneralError);
+      // A stream of no size has no picture to give; any other gives a frame or fails plainly.
+      if (std::int64_t{video.width} * video.height == 0) {
+        Check(status == kKivaNoVideo);
+      } else {
+        Check(status == kKivaSuccess || status == kKivaGeneralError);
+      }
     }
   }
 }
