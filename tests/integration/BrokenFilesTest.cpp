@@ -98,4 +98,21 @@ TEST_F(BrokenFiles, VideoWhoseFramesCannotBeReadRefusesEveryFrameRequest) {
   kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
 }
 
+TEST_F(BrokenFiles, SampleRateBeyondTwoToTheThirtyOpensWithThatRate) {
+  // A damaged ALAC header declares over a thousand million frames a second.
+  const std::string path = kFuzzRegressions + "/media_file/sample-rate-above-two-to-the-thirty";
+  const std::string declared = kiva::test::CommandOutput(
+      "ffprobe -v error -select_streams a:0 -show_entries stream=sample_rate -of csv=p=0 '" + path +
+      "'");
+  ASSERT_FALSE(declared.empty());
+  ASSERT_GT(std::stoll(declared), std::int64_t{1} << 30);
+  kivahost::HostOpen open(path);
+  kiva::KivaQTInterface kivaInterface;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open), 0);
+  kivahost::HostFormat format;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelGetFormat, open.source, &format), 0);
+  EXPECT_EQ(format.sampleRate, std::stoll(declared));
+  kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
+}
+
 }  // namespace
