@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -126,7 +127,13 @@ int KivaQTInterface::OpenForRead(KivaOpenInterface& open) {
     return kKivaCannotOpen;
   }
   open.SetOpenOption(0);
-  open.SetBitRate(32 * source->GetNumChannels() * source->GetSampleRate());
+  // The host's field is 32 bits wide; a file may claim more channels than that can count the
+  // bits of (AIFF allows 65535), so the figure is worked out in 64 bits and saturated.
+  const std::int64_t bitRate =
+      std::int64_t{32} * source->GetNumChannels() * source->GetSampleRate();
+  open.SetBitRate(static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(bitRate, std::numeric_limits<std::int32_t>::min(),
+                               std::numeric_limits<std::int32_t>::max())));
   std::u16string description = source->GetAudioFormatDescription();
   if (source->GetAudioStreamCount() > 1) {
     description += noxcore::utility::ReplaceInString(

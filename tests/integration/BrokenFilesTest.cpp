@@ -1,40 +1,22 @@
-// Files that cannot be read: the status and the messages the host gets, and no crash.
+// Damaged files that still open, or fail without harm: files cut short anywhere. The files the
+// plug-in refuses outright, with their statuses and messages, are listed in BadInputsTest.
 
 #include "CommandOutput.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 
 namespace {
 
 namespace fs = std::filesystem;
 
 const std::string kFixtures = KIVA_FIXTURES;
-const std::string kGeneralOpen = "General error attempting to open file using KivaQT plug-in.";
-const std::string kInvalid =
-    "KivaQT plug-in could not open the file.  Code: -2048.  This may indicate that the file is "
-    "invalid, or uses a codec that is not installed or licensed.";
-
-struct Outcome {
-  int status = 0;
-  std::vector<std::string> messages;
-};
-
-Outcome OpenThroughThePlugIn(const std::string& path) {
-  kivahost::HostOpen open(path);
-  kiva::KivaQTInterface kivaInterface;
-  Outcome outcome;
-  outcome.status = kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open);
-  outcome.messages = open.reporter.Messages();
-  if (outcome.status == 0) kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
-  return outcome;
-}
+// Inputs that once made a fuzz target fail, kept as test media.
+const std::string kFuzzRegressions = KIVA_FUZZ_REGRESSIONS;
 
 class BrokenFiles : public ::testing::Test {
  protected:
@@ -52,85 +34,6 @@ class BrokenFiles : public ::testing::Test {
   }
   fs::path directory;
 };
-
-TEST_F(BrokenFiles, ZeroByteFile) {
-  const Outcome outcome = OpenThroughThePlugIn(Write("empty.mov", ""));
-  EXPECT_EQ(outcome.status, -1);
-  EXPECT_THAT(outcome.messages, ::testing::ElementsAre(kGeneralOpen, kInvalid));
-}
-
-TEST_F(BrokenFiles, TextFile) {
-  const Outcome outcome =
-      OpenThroughThePlugIn(Write("notes.mp3", "These are notes, not sound.\nSecond line.\n"));
-  EXPECT_EQ(outcome.status, -1);
-  EXPECT_THAT(outcome.messages, ::testing::ElementsAre(kGeneralOpen, kInvalid));
-}
-
-TEST_F(BrokenFiles, TextFileThatFFmpegWouldShowAsAsciiArt) {
-  const Outcome outcome = OpenThroughThePlugIn(Write("readme.txt", "Plain text.\n"));
-  EXPECT_EQ(outcome.status, -1);
-  EXPECT_THAT(outcome.messages, ::testing::ElementsAre(kGeneralOpen, kInvalid));
-}
-
-TEST_F(BrokenFiles, RandomBytes) {
-  std::mt19937 random(7);
-  std::string bytes(64 * 1024, '\0');
-  for (auto& byte : bytes) byte = static_cast<char>(random() & 0xFF);
-  const Outcome outcome = OpenThroughThePlugIn(Write("noise.wav", bytes));
-  EXPECT_EQ(outcome.status, -1);
-  EXPECT_THAT(outcome.messages, ::testing::ElementsAre(kGeneralOpen, kInvalid));
-}
-
-TEST_F(BrokenFiles, TruncatedMp4) {
-  std::ifstream whole(kFixtures + "/av.mp4", std::ios::binary);
-  std::string bytes((std::istreambuf_iterator<char>(whole)), std::istreambuf_iterator<char>());
-  ASSERT_GT(bytes.size(), 4096u);
-  // The movie header sits at the end of the file: a file cut short has none.
-  const Outcome outcome = OpenThroughThePlugIn(Write("cut.mp4", bytes.substr(0, bytes.size() / 2)));
-  EXPECT_EQ(outcome.status, -1);
-  EXPECT_THAT(outcome.messages, ::testing::ElementsAre(kGeneralOpen, kInvalid));
-}
-
-TEST_F(BrokenFiles, MissingFile) {
-  const Outcome outcome = OpenThroughThePlugIn((directory / "absent.mov").string());
-  EXPECT_EQ(outcome.status, -1);
-  EXPECT_THAT(
-      outcome.messages,
-      ::testing::ElementsAre(kGeneralOpen, "KivaQT plug-in could not open the file.  Code: -43"));
-}
-
-TEST_F(BrokenFiles, DirectoryInsteadOfAFile) {
-  fs::create_directories(directory / "folder.mov");
-  const Outcome outcome = OpenThroughThePlugIn((directory / "folder.mov").string());
-  EXPECT_EQ(outcome.status, -1);
-  ASSERT_EQ(outcome.messages.size(), 2u);
-  EXPECT_EQ(outcome.messages[0], kGeneralOpen);
-}
-
-// A QuickTime file whose movie has no tracks at all.
-std::string MovieWithoutTracks() {
-  const auto be32 = [](std::uint32_t v) {
-    return std::string{static_cast<char>(v >> 24), static_cast<char>(v >> 16),
-                       static_cast<char>(v >> 8), static_cast<char>(v)};
-  };
-  const auto box = [&](const std::string& type, const std::string& payload) {
-    return be32(static_cast<std::uint32_t>(8 + payload.size())) + type + payload;
-  };
-  std::string mvhd = be32(0) + be32(0) + be32(0) + be32(600) + be32(0) + be32(0x10000) +
-                     std::string("\x01\x00", 2) + std::string(10, '\0');
-  for (const std::uint32_t m : {0x10000u, 0u, 0u, 0u, 0x10000u, 0u, 0u, 0u, 0x40000000u}) {
-    mvhd += be32(m);
-  }
-  mvhd += std::string(24, '\0') + be32(1);
-  return box("ftyp", "qt  " + be32(0x200) + "qt  ") + box("moov", box("mvhd", mvhd));
-}
-
-TEST_F(BrokenFiles, MovieWithoutTracksIsNoContent) {
-  const Outcome outcome = OpenThroughThePlugIn(Write("empty-movie.mov", MovieWithoutTracks()));
-  EXPECT_EQ(outcome.status, -4);
-  EXPECT_THAT(outcome.messages,
-              ::testing::ElementsAre("No audio or video was found in this QuickTime file."));
-}
 
 TEST_F(BrokenFiles, FileCutAnywhereNeverCrashes) {
   // MP3 and ADTS have no header to lose: a cut file opens and reads what is there.
@@ -176,6 +79,40 @@ TEST_F(BrokenFiles, CutOggIsAsLongAsItsFullDecode) {
     EXPECT_LT(format.sampleCount, 168000) << name;
     kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
   }
+}
+
+TEST_F(BrokenFiles, VideoWhoseFramesCannotBeReadRefusesEveryFrameRequest) {
+  // Its index promises two frames, but no packet of them can be read: every request fails the
+  // same way, the first and all later ones.
+  kivahost::HostOpen open(kFuzzRegressions + "/media_file/mp4-video-without-readable-frames");
+  kiva::KivaQTInterface kivaInterface;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open), 0);
+  kivahost::HostFormat format;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelGetFormat, open.source, &format), 0);
+  ASSERT_EQ(format.video.facts.streamCount, 1);
+  std::vector<char> pixels(16 * 16 * 4);
+  for (const int index : {0, 0, 1, 0}) {
+    kivahost::HostReadVideoFrame request(index, 16, 16, pixels.data());
+    EXPECT_EQ(kivaInterface.EntryPoint(kiva::kSelReadVideoFrame, open.source, &request), -1);
+  }
+  kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
+}
+
+TEST_F(BrokenFiles, SampleRateBeyondTwoToTheThirtyOpensWithThatRate) {
+  // A damaged ALAC header declares over a thousand million frames a second.
+  const std::string path = kFuzzRegressions + "/media_file/sample-rate-above-two-to-the-thirty";
+  const std::string declared = kiva::test::CommandOutput(
+      "ffprobe -v error -select_streams a:0 -show_entries stream=sample_rate -of csv=p=0 '" + path +
+      "'");
+  ASSERT_FALSE(declared.empty());
+  ASSERT_GT(std::stoll(declared), std::int64_t{1} << 30);
+  kivahost::HostOpen open(path);
+  kiva::KivaQTInterface kivaInterface;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open), 0);
+  kivahost::HostFormat format;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelGetFormat, open.source, &format), 0);
+  EXPECT_EQ(format.sampleRate, std::stoll(declared));
+  kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
 }
 
 }  // namespace

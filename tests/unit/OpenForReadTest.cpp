@@ -87,6 +87,22 @@ TEST_F(OpenForReadTest, TheHostIsToldEverythingInOrder) {
   EXPECT_EQ(kivaInterface.EntryPoint(kSelCloseForRead, handed, nullptr), kKivaSuccess);
 }
 
+TEST_F(OpenForReadTest, BitRateBeyondThirtyTwoBitsIsTheLargestTheHostCanHold) {
+  // 32 bits x 14337 channels x 8000 Hz is 3,670,272,000: more than an int32 holds.
+  toolbox.StageMovie("/m/wide.aiff",
+                     [](FakeMovie& movie) { movie.AddSoundTrack(8000, 14337, 1, 1); });
+  ::testing::NiceMock<test::MockOpen> open;
+  const std::u16string path = u"/m/wide.aiff";
+  void* handed = nullptr;
+  ON_CALL(open, GetFilePath()).WillByDefault(Return(path.c_str()));
+  EXPECT_CALL(open, SetBitRate(2147483647));
+  EXPECT_CALL(open, SetSource(_)).WillOnce([&](void* source) { handed = source; });
+  KivaQTInterface kivaInterface;
+  ASSERT_EQ(kivaInterface.EntryPoint(kSelOpenForRead, nullptr, &open), kKivaSuccess);
+  ASSERT_NE(handed, nullptr);
+  EXPECT_EQ(kivaInterface.EntryPoint(kSelCloseForRead, handed, nullptr), kKivaSuccess);
+}
+
 TEST_F(OpenForReadTest, FewerLabelsThanChannelsArePaddedWithDiscrete) {
   toolbox.StageMovie("/m/a.mov", [](FakeMovie& movie) {
     auto& track = movie.AddSoundTrack(48000, 4, 1, 1);

@@ -15,22 +15,6 @@ namespace kivahost {
 
 namespace {
 
-class SettingsInfoRecord final : public kiva::KivaGetExportSettingsInfoInterface {
- public:
-  explicit SettingsInfoRecord(HostFormat& format) : format(format) {}
-  kiva::KivaErrorReporter* GetErrorReporter() override { return nullptr; }
-  kiva::KivaFormatInterface* GetFormatInterface() override { return &format; }
-  void SetEstimatedFileSize(std::int64_t bytes) override { estimate = bytes; }
-  void SetFirstOption(std::int32_t) override {}
-  void SetSecondOption(std::int32_t) override {}
-  void SetDescription(const std::u16string& text) override { description = ToUtf8(text); }
-  std::int64_t estimate = 0;
-  std::string description;
-
- private:
-  HostFormat& format;
-};
-
 int CodeFor(const std::string& sampleType) {
   if (sampleType == "8") return 10;
   if (sampleType == "16") return 20;
@@ -98,7 +82,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     format.sampleCount = read.sampleCount;
     format.privateSettings = settings.empty() ? read.privateSettings : ToUtf16(settings);
 
-    SettingsInfoRecord info(format);
+    HostExportSettingsInfo info(format);
     plugIn.Call(kiva::kSelGetExportSettingsInfo, nullptr, &info);
     std::cout << "Settings:  " << ToUtf8(format.privateSettings) << "\n"
               << "Format:    " << info.description << "\n"

@@ -147,6 +147,46 @@ class HostExportSettingsDialog final : public kiva::KivaRunExportSettingsDialogI
   int canceled = -1;  // -1: never set
 };
 
+// The records of requests the plug-in answers without a result of its own; they let a host (and
+// its tests) make every selector's call with a record of the right kind.
+class HostPreOpen final : public kiva::KivaPreOpenInterface {
+ public:
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  HostErrorReporter reporter;
+};
+
+class HostImportSettingsDialog final : public kiva::KivaRunImportSettingsDialogInterface {
+ public:
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  void SetSettingsChanged(int value) override { changed = value; }
+  HostErrorReporter reporter;
+  int changed = -1;
+};
+
+class HostReadSamplesRaw final : public kiva::KivaReadSamplesRawInterface {
+ public:
+  HostReadSamplesRaw(std::int64_t start, std::int64_t length) : start(start), length(length) {}
+  std::int64_t GetStartPosition() override { return start; }
+  std::int64_t GetLength() override { return length; }
+  void* GetBuffer() override { return buffer; }
+
+ private:
+  std::int64_t start;
+  std::int64_t length;
+  char buffer[64] = {};
+};
+
+class HostReadMetadata final : public kiva::KivaReadMetadataInterface {
+ public:
+  std::int64_t GetValue1() override { return 0; }
+  std::int64_t GetValue2() override { return 0; }
+  std::int64_t GetValue3() override { return 0; }
+  void* GetBuffer() override { return buffer; }
+
+ private:
+  char buffer[64] = {};
+};
+
 class HostOpen final : public kiva::KivaOpenInterface {
  public:
   explicit HostOpen(const std::string& path) : path(ToUtf16(path)) {}
@@ -182,6 +222,47 @@ class HostReadSamples final : public kiva::KivaReadSamplesInterface {
   std::int64_t frames;
   std::vector<float*> buffers;
   std::int64_t framesRead = -1;
+};
+
+// A request for one video frame: its index, the wanted size (on the video sub-record) and a
+// destination of width x height x 4 bytes that the caller owns.
+class HostReadVideoFrame final : public kiva::KivaReadVideoFrameInterface {
+ public:
+  HostReadVideoFrame(std::int32_t index, std::int32_t width, std::int32_t height, char* buffer,
+                     std::uint32_t renderFlags = 2)
+      : index(index), renderFlags(renderFlags), buffer(buffer) {
+    wanted.facts.width = width;
+    wanted.facts.height = height;
+  }
+  std::int32_t GetFrameIndex() override { return index; }
+  kiva::KivaVideoStreamInterface* GetVideoStreamInfo() override { return &wanted; }
+  std::uint32_t GetRenderFlags() override { return renderFlags; }  // 2 = high quality
+  char* GetFrameBuffer() override { return buffer; }
+
+ private:
+  std::int32_t index;
+  std::uint32_t renderFlags;
+  char* buffer;
+  HostVideoStream wanted;
+};
+
+// What an export would be: the estimate and description the plug-in gives for `format`.
+class HostExportSettingsInfo final : public kiva::KivaGetExportSettingsInfoInterface {
+ public:
+  explicit HostExportSettingsInfo(HostFormat& format) : format(format) {}
+  kiva::KivaErrorReporter* GetErrorReporter() override { return &reporter; }
+  kiva::KivaFormatInterface* GetFormatInterface() override { return &format; }
+  void SetEstimatedFileSize(std::int64_t bytes) override { estimate = bytes; }
+  void SetFirstOption(std::int32_t) override {}
+  void SetSecondOption(std::int32_t) override {}
+  void SetDescription(const std::u16string& text) override { description = ToUtf8(text); }
+
+  HostErrorReporter reporter;
+  std::int64_t estimate = 0;
+  std::string description;
+
+ private:
+  HostFormat& format;
 };
 
 // The records of one export: start, each block of samples in the host's sample format (one

@@ -31,39 +31,17 @@ int OpenedFile::Read(std::int64_t start, std::int64_t frames, const std::vector<
   return status;
 }
 
-namespace {
-
-class FrameRequest final : public kiva::KivaReadVideoFrameInterface {
- public:
-  FrameRequest(int index, int width, int height, std::uint8_t* buffer)
-      : index(index), buffer(buffer) {
-    wanted.facts.width = width;
-    wanted.facts.height = height;
-  }
-  std::int32_t GetFrameIndex() override { return index; }
-  kiva::KivaVideoStreamInterface* GetVideoStreamInfo() override { return &wanted; }
-  std::uint32_t GetRenderFlags() override { return 2; }  // high quality
-  char* GetFrameBuffer() override { return reinterpret_cast<char*>(buffer); }
-
- private:
-  int index;
-  std::uint8_t* buffer;
-  HostVideoStream wanted;
-};
-
-}  // namespace
-
 int OpenedFile::ReadFrame(int index, int width, int height, std::vector<std::uint8_t>& pixels) {
   if (width <= 0 || height <= 0) return kiva::kKivaBadArgument;
   pixels.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4, 0);
   const VideoStreamFacts& video = format.video.facts;
   if (!framesAsked && width == video.width && height == video.height) {
     std::vector<std::uint8_t> tiny(4);
-    FrameRequest warmUp(index, 1, 1, tiny.data());
+    HostReadVideoFrame warmUp(index, 1, 1, reinterpret_cast<char*>(tiny.data()));
     plugIn.Call(kiva::kSelReadVideoFrame, handle, &warmUp);
   }
   framesAsked = true;
-  FrameRequest request(index, width, height, pixels.data());
+  HostReadVideoFrame request(index, width, height, reinterpret_cast<char*>(pixels.data()));
   return plugIn.Call(kiva::kSelReadVideoFrame, handle, &request);
 }
 

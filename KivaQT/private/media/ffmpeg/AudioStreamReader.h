@@ -91,7 +91,6 @@ class AudioStreamReader {
   // (Vorbis, Opus) allocate nothing.
   std::vector<std::uint8_t*> convertTargets;
   std::vector<float*> directPlanes;
-  std::int64_t readEnd = -1;  // where the last read ended
   std::int64_t discardBefore = AV_NOPTS_VALUE;
   bool inputEnded = false;
   bool decoderDrained = false;

@@ -186,14 +186,16 @@ bool IsCoverArt(const AVStream& stream) {
 }
 
 // The smallest power of two at or above every rate: then a duration rounded up in that scale
-// converts back to exactly the frame count.
+// converts back to exactly the frame count. A damaged header can declare a rate beyond 2^30,
+// the largest power of two a 32-bit scale holds; such a rate gets that largest scale.
 std::int32_t AudioExactScale(const std::vector<AudioStreamFacts>& audio) {
+  constexpr std::int32_t kLargestScale = std::int32_t{1} << 30;
   std::int32_t scale = 600;
   int highest = 0;
   for (const auto& facts : audio) highest = std::max(highest, facts.sampleRate);
   if (highest > 0) {
     scale = 1;
-    while (scale < highest) scale <<= 1;
+    while (scale < highest && scale < kLargestScale) scale <<= 1;
   }
   return scale;
 }

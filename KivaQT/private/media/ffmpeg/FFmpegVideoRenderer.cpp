@@ -75,7 +75,9 @@ OSErr FFmpegVideoRenderer::Open() {
 }
 
 OSErr FFmpegVideoRenderer::ScanFrames() {
-  if (scanned) return kNoErr;
+  // A stream whose index promises frames that no packet delivers has nothing to show, on the
+  // first request and on every later one.
+  if (scanned) return times.empty() ? kInvalidMovieErr : kNoErr;
   if (const OSErr error = Open(); error != kNoErr) return error;
   std::vector<std::pair<std::int64_t, std::int64_t>> frames;  // timestamp, duration
   while (av_read_frame(format.get(), packet.get()) >= 0) {
