@@ -13,3 +13,4 @@ add_custom_target(fuzz_media ALL DEPENDS ${KIVA_FUZZ_MEDIA}/.complete)
 # plain main that replays files by the test suite.
 set(KIVA_FUZZ_SOURCE_media_file ${CMAKE_CURRENT_LIST_DIR}/MediaFileFuzzer.cpp)
 set(KIVA_FUZZ_SOURCE_selector_sequence ${CMAKE_CURRENT_LIST_DIR}/SelectorSequenceFuzzer.cpp)
+set(KIVA_FUZZ_SOURCE_settings_dialog ${CMAKE_CURRENT_LIST_DIR}/SettingsDialogFuzzer.cpp)
