@@ -215,18 +215,26 @@ OSErr FFmpegVideoRenderer::Scale(const AVFrame& frame, bool highQuality, Offscre
       scaler.release(), frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
       target.width, target.height, AV_PIX_FMT_ARGB, flags, nullptr, nullptr, nullptr));
   if (!scaler) return kInvalidMovieErr;
-  int* inverse = nullptr;
-  int* table = nullptr;
-  int sourceRange = 0;
-  int destinationRange = 0;
-  int brightness = 0;
-  int contrast = 0;
-  int saturation = 0;
-  sws_getColorspaceDetails(scaler.get(), &inverse, &sourceRange, &table, &destinationRange,
-                           &brightness, &contrast, &saturation);
-  sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(ColorspaceOf(frame)),
-                           frame.color_range == AVCOL_RANGE_JPEG, table, 1, brightness, contrast,
-                           saturation);
+  // Setting the colour details rebuilds the scaler's conversion tables: only when the scaler
+  // or the details change. (A context made anew may sit where the old one was, so the scaler
+  // is known by what it was made for, not by its address.)
+  const ScalerSetting setting{
+      frame.width,   frame.height, frame.format,        target.width,
+      target.height, flags,        ColorspaceOf(frame), frame.color_range == AVCOL_RANGE_JPEG};
+  if (setting != scalerSetting) {
+    int* inverse = nullptr;
+    int* table = nullptr;
+    int sourceRange = 0;
+    int destinationRange = 0;
+    int brightness = 0;
+    int contrast = 0;
+    int saturation = 0;
+    sws_getColorspaceDetails(scaler.get(), &inverse, &sourceRange, &table, &destinationRange,
+                             &brightness, &contrast, &saturation);
+    sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(setting.colorspace),
+                             setting.fullRange, table, 1, brightness, contrast, saturation);
+    scalerSetting = setting;
+  }
   std::uint8_t* planes[4] = {target.pixels.data(), nullptr, nullptr, nullptr};
   int strides[4] = {target.rowBytes, 0, 0, 0};
   if (sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) !=

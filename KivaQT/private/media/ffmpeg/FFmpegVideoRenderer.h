@@ -67,6 +67,15 @@ class FFmpegVideoRenderer {
   FramePtr current;    // the frame shown at the time last asked for
   FramePtr lookahead;  // the frame after it, when decoding already reached it
   std::unique_ptr<SwsContext, SwsContextDeleter> scaler;
+  // What the scaler's colour details were last set for.
+  struct ScalerSetting {
+    int sourceWidth = 0, sourceHeight = 0, sourceFormat = -1;
+    int width = 0, height = 0, flags = 0;
+    int colorspace = 0;
+    bool fullRange = false;
+    bool operator==(const ScalerSetting&) const = default;
+  };
+  ScalerSetting scalerSetting;
 
   bool scanned = false;
   std::vector<std::int64_t> times;     // absolute presentation timestamps, ascending
