@@ -393,8 +393,10 @@ int KivaQTInterface::WriteSamples(qt::Source& source, KivaWriteSamplesInterface&
   const std::int32_t bytesPerSample =
       format != nullptr ? GetBytesPerSample(static_cast<AudioSampleType>(format->GetSampleType()))
                         : 0;
-  // A block in another sample format than the session's would be read with the wrong width.
-  if (bytesPerSample != source.GetSampleType()) return kKivaBadArgument;
+  // A block in another sample format than the session's would be read with the wrong width; a
+  // block without a known format has no width at all, even where the handle (a host mixing up
+  // its handles) has none either.
+  if (bytesPerSample < 1 || bytesPerSample != source.GetSampleType()) return kKivaBadArgument;
   const std::uint64_t total = static_cast<std::uint64_t>(frames) *
                               static_cast<std::uint64_t>(bytesPerSample) *
                               static_cast<std::uint64_t>(std::max(channels, 0));
