@@ -26,15 +26,6 @@ constexpr const char* kOptionButtonID = "OptionButtonID";
 constexpr const char* kDialogResource = "FormatOptions";
 constexpr const char* kTitle = "$$$/kiva/KivaQTSettingsDialog/QTSettings=QT Settings";
 
-// The element `id` as a control of type T; raises "Invalid type conversion." otherwise.
-template <class T>
-boost::intrusive_ptr<T> RequireControl(noxui::ui::UI_ArchivedDialog& dialog, const char* id) {
-  const noxui::ui::UI_NodePtr node = dialog.GetNodeForID(id);
-  auto* control = dynamic_cast<T*>(node.get());
-  if (control == nullptr) noxui::ui::ThrowInvalidTypeConversion();
-  return boost::intrusive_ptr<T>(control);
-}
-
 }  // namespace
 
 void FlipNodePositionsOnMac(const boost::intrusive_ptr<noxui::ui::UI_Node>& first,
@@ -65,7 +56,8 @@ bool KivaQTSettingsDialog::RunModal(void* parent) {
   archivedDialog = new noxui::ui::UI_ArchivedDialog(supplier, resources, kDialogResource, title,
                                                     parent, true, false, noxui::ui::Point{}, {});
 
-  formatPopup = RequireControl<noxui::controls::UI_Popup>(*archivedDialog, kExportFormatPopupID);
+  formatPopup =
+      archivedDialog->GetTypedControlForID<noxui::controls::UI_Popup>(kExportFormatPopupID);
   formatPopup->SetControlSize(noxui::controls::kRegularSize);
   formatPopup->SetItemCheckStyle(noxui::controls::kCheckMarkOnValue);
   {
@@ -74,7 +66,8 @@ bool KivaQTSettingsDialog::RunModal(void* parent) {
     for (const auto& description : catalogue) PopulateFormatPopup(description);
   }
 
-  optionButton = RequireControl<noxui::controls::UI_TextButton>(*archivedDialog, kOptionButtonID);
+  optionButton =
+      archivedDialog->GetTypedControlForID<noxui::controls::UI_TextButton>(kOptionButtonID);
   using ChangedMessage = noxui::controls::UI_InteractiveControlChangedMessage;
   boost::function<void(ChangedMessage*)> handler =
       boost::bind(&KivaQTSettingsDialog::OnOptionControlChanged, this, boost::placeholders::_1);

@@ -252,15 +252,8 @@ int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
 
   // The settings dialog, answered by script as a person would: AAC, then OK.
   std::cout << "\nExport settings dialog (scripted): format aac, OK\n";
-  ScriptFormatChoice("aac");
   std::string settings;
-  bool canceled = true;
-  if (const int status = ChooseExportSettings(plugIn, settings, canceled);
-      status != 0 || canceled) {
-    std::cerr << "kivahost: the settings dialog did not choose a format (status " << status
-              << ")\n";
-    return 1;
-  }
+  if (!ChooseFormatByName(plugIn, "aac", settings)) return 1;
   const std::string compressed = outputDirectory + "/demo-export-aac.mov";
   if (const int status = RunExport(plugIn, samplePath, compressed, settings, "16"); status != 0) {
     return status;

@@ -17,7 +17,7 @@ int ChooseExportSettings(const PlugIn& plugIn, std::string& settings, bool& canc
   return status;
 }
 
-void ScriptFormatChoice(const std::string& name) {
+bool ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::string& settings) {
   noxui::ui::ScriptStep choose;
   choose.controlID = "ExportFormatPopupID";
   choose.kind = noxui::ui::ScriptStep::kChooseText;
@@ -25,6 +25,11 @@ void ScriptFormatChoice(const std::string& name) {
   noxui::ui::ScriptStep ok;
   ok.controlID = "OKButtonID";
   noxui::ui::DialogScript::Get().AddRun("FormatOptions", {choose, ok});
+  bool canceled = true;
+  const int status = ChooseExportSettings(plugIn, settings, canceled);
+  if (status == 0 && !canceled) return true;
+  std::cerr << "kivahost: no export format chosen (status " << status << ")\n";
+  return false;
 }
 
 int RunSettings(const PlugIn& plugIn, std::string settings, const std::string& script) {

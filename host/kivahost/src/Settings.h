@@ -12,8 +12,9 @@ namespace kivahost {
 // that cannot be shown) are thrown as they come.
 int ChooseExportSettings(const PlugIn& plugIn, std::string& settings, bool& canceled);
 
-// Selects the export format whose popup text is `name` in the dialog, through a dialog script.
-void ScriptFormatChoice(const std::string& name);
+// Chooses the export format whose popup text is `name` in the dialog, answered by script, and
+// sets `settings` to the result. On failure prints why and returns false.
+bool ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::string& settings);
 
 // The settings command: shows the dialog (answered by `script` when given) and prints the
 // resulting private settings string.

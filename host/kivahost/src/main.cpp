@@ -106,14 +106,8 @@ int main(int argc, char** argv) {
     }
     if (preview->parsed()) return kivahost::RunPreview(plugIn, file, output);
     if (exportCommand->parsed()) {
-      if (!formatName.empty()) {
-        kivahost::ScriptFormatChoice(formatName);
-        bool canceled = true;
-        const int status = kivahost::ChooseExportSettings(plugIn, settings, canceled);
-        if (status != 0 || canceled) {
-          std::cerr << "kivahost: no export format chosen (status " << status << ")\n";
-          return 1;
-        }
+      if (!formatName.empty() && !kivahost::ChooseFormatByName(plugIn, formatName, settings)) {
+        return 1;
       }
       return kivahost::RunExport(plugIn, file, output, settings, sampleType);
     }

@@ -1,3 +1,4 @@
+#include <noxcore/utility/Strings.h>
 #include <noxui/ui/DialogScript.h>
 
 #include <algorithm>
@@ -23,12 +24,6 @@ std::vector<std::string> Split(const std::string& text, char separator) {
   }
   pieces.push_back(text.substr(start));
   return pieces;
-}
-
-std::u16string ToUTF16(const std::string& text) {
-  // Popup texts in scripts are ASCII names; anything else is passed through byte by byte only
-  // when it is ASCII too.
-  return std::u16string(text.begin(), text.end());
 }
 
 bool ParseStep(const std::string& text, ScriptStep& step, std::string& error) {
@@ -60,7 +55,7 @@ bool ParseStep(const std::string& text, ScriptStep& step, std::string& error) {
     return false;
   }
   step.kind = ScriptStep::kChooseText;
-  step.text = ToUTF16(value);
+  step.text = noxcore::utility::AsciiToUTF16(value);  // checked to be ASCII above
   return true;
 }
 

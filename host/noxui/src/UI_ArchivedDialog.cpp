@@ -1,4 +1,5 @@
 #include "ApplicationThread.h"
+#include "Text.h"
 
 #include <noxcore/config/Error.h>
 #include <noxui/ui/Application.h>
@@ -21,19 +22,16 @@ constexpr const char* kUnreadableResource =
 constexpr const char* kNotADialog =
     "$$$/noxui/ArchivedDialog/NotADialog=The dialog resource \"@0\" does not hold a dialog.";
 
-std::u16string ToUTF16(const std::string& text) {
-  return QString::fromStdString(text).toStdU16String();
-}
-
 QDialog* LoadDialog(const utility::ResourceManager* resources, const std::string& name,
                     void* parentWindow) {
   EnsureApplication();
-  detail::RequireApplicationThread(ToUTF16(name));
+  const std::u16string dialogName = detail::ToUTF16(name);
+  detail::RequireApplicationThread(dialogName);
   const std::string path = resources != nullptr ? resources->FindResource(name + ".ui") : "";
-  if (path.empty()) noxcore::config::ThrowError(0, kMissingResource, 106, 10, true, ToUTF16(name));
+  if (path.empty()) noxcore::config::ThrowError(0, kMissingResource, 106, 10, true, dialogName);
   QFile file(QString::fromStdString(path));
   if (!file.open(QIODevice::ReadOnly)) {
-    noxcore::config::ThrowError(0, kUnreadableResource, 106, 11, true, ToUTF16(name),
+    noxcore::config::ThrowError(0, kUnreadableResource, 106, 11, true, dialogName,
                                 file.errorString().toStdU16String());
   }
   // A dialog opened from another modal dialog stays above it.
@@ -42,13 +40,13 @@ QDialog* LoadDialog(const utility::ResourceManager* resources, const std::string
   QUiLoader loader;
   QWidget* widget = loader.load(&file, parent);
   if (widget == nullptr) {
-    noxcore::config::ThrowError(0, kUnreadableResource, 106, 11, true, ToUTF16(name),
+    noxcore::config::ThrowError(0, kUnreadableResource, 106, 11, true, dialogName,
                                 loader.errorString().toStdU16String());
   }
   auto* dialog = qobject_cast<QDialog*>(widget);
   if (dialog == nullptr) {
     delete widget;
-    noxcore::config::ThrowError(0, kNotADialog, 106, 12, true, ToUTF16(name));
+    noxcore::config::ThrowError(0, kNotADialog, 106, 12, true, dialogName);
   }
   return dialog;
 }

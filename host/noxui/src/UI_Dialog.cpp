@@ -1,5 +1,6 @@
 #include "ApplicationThread.h"
 #include "PendingError.h"
+#include "Text.h"
 
 #include <noxcore/config/Error.h>
 #include <noxcore/utility/Strings.h>
@@ -26,10 +27,6 @@ constexpr const char* kNoSuchControl =
     "$$$/noxui/DialogScript/NoSuchControl=The dialog \"@0\" has no control \"@1\".";
 constexpr const char* kNoSuchItem =
     "$$$/noxui/DialogScript/NoSuchItem=The popup \"@1\" of the dialog \"@0\" has no item \"@2\".";
-
-std::u16string ToUTF16(const std::string& text) {
-  return QString::fromStdString(text).toStdU16String();
-}
 
 // The popup item showing `text`: an exact match first, then one that differs only in case.
 int FindItem(const controls::UI_Popup& popup, const std::u16string& text) {
@@ -99,8 +96,8 @@ int UI_Dialog::RunScripted() {
     const UI_NodePtr node = GetNodeForID(step.controlID.c_str());
     if (!node) {
       dialog->hide();
-      noxcore::config::ThrowError(0, kNoSuchControl, 106, 4, true, ToUTF16(scriptName),
-                                  ToUTF16(step.controlID));
+      noxcore::config::ThrowError(0, kNoSuchControl, 106, 4, true, detail::ToUTF16(scriptName),
+                                  detail::ToUTF16(step.controlID));
     }
     if (step.kind == ScriptStep::kClick) {
       GetTypedControlForID<controls::UI_Button>(step.controlID.c_str())->Click();
@@ -113,8 +110,8 @@ int UI_Dialog::RunScripted() {
         const std::u16string item = step.kind == ScriptStep::kChooseIndex
                                         ? u"#" + noxcore::utility::NumberToString(step.index)
                                         : step.text;
-        noxcore::config::ThrowError(0, kNoSuchItem, 106, 5, true, ToUTF16(scriptName),
-                                    ToUTF16(step.controlID), item);
+        noxcore::config::ThrowError(0, kNoSuchItem, 106, 5, true, detail::ToUTF16(scriptName),
+                                    detail::ToUTF16(step.controlID), item);
       }
       popup->Choose(index);
     }
