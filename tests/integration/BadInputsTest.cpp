@@ -71,6 +71,35 @@ std::string MovieWithoutTracks() {
   return box("ftyp", "qt  " + be32(0x200) + "qt  ") + box("moov", box("mvhd", mvhd));
 }
 
+std::string Le16(std::uint16_t v) { return {static_cast<char>(v), static_cast<char>(v >> 8)}; }
+std::string Le32(std::uint32_t v) { return Le16(static_cast<std::uint16_t>(v)) + Le16(v >> 16); }
+std::string Be32(std::uint32_t v) {
+  return {static_cast<char>(v >> 24), static_cast<char>(v >> 16), static_cast<char>(v >> 8),
+          static_cast<char>(v)};
+}
+std::string Be64(std::uint64_t v) { return Be32(static_cast<std::uint32_t>(v >> 32)) + Be32(v); }
+
+// 16-bit PCM WAV of silence, 100 frames at 8 kHz, of any channel count.
+std::string WavWithChannels(std::uint16_t channels) {
+  const std::uint16_t block = static_cast<std::uint16_t>(2 * channels);
+  const std::string format =
+      Le16(1) + Le16(channels) + Le32(8000) + Le32(8000u * block) + Le16(block) + Le16(16);
+  const std::string data(100u * block, '\0');
+  const std::string body = "WAVEfmt " + Le32(static_cast<std::uint32_t>(format.size())) + format +
+                           "data" + Le32(static_cast<std::uint32_t>(data.size())) + data;
+  return "RIFF" + Le32(static_cast<std::uint32_t>(body.size())) + body;
+}
+
+// A Core Audio file of 16-bit PCM whose description declares 2^28 channels (a channel field of
+// 32 bits) over a few bytes of data.
+std::string CafWithHugeChannelCount() {
+  std::string description = Be64(0x40E5888000000000);  // 44100.0
+  description += "lpcm" + Be32(2) + Be32(2) + Be32(1) + Be32(1u << 28) + Be32(16);
+  const std::string data = Be32(0) + std::string(64, '\0');
+  return std::string("caff") + Be32(0x00010000).substr(0, 2) + std::string(2, '\0') + "desc" +
+         Be64(description.size()) + description + "data" + Be64(data.size()) + data;
+}
+
 // Each row runs in a directory of its own, named after it and removed afterwards. Rows print as
 // their names.
 template <class Row>
@@ -126,6 +155,14 @@ std::vector<BadFile> BadFiles() {
       {"MovWithNoTracks",
        [](const fs::path& d) { return WithBytes(d, "empty-movie.mov", MovieWithoutTracks()); }, -4,
        ElementsAre("No audio or video was found in this QuickTime file.")},
+      // The sample converter takes at most 64 channels; a declared count beyond that is not
+      // audio that can be read, and must not size anything (2^28 labels take gigabytes).
+      {"MoreChannelsThanTheConverterTakes",
+       [](const fs::path& d) { return WithBytes(d, "wide.wav", WavWithChannels(65)); }, -1,
+       ElementsAre(kGeneralOpen, kInvalid)},
+      {"BillionsOfChannelsDeclared",
+       [](const fs::path& d) { return WithBytes(d, "huge.caf", CafWithHugeChannelCount()); }, -1,
+       ElementsAre(kGeneralOpen, kInvalid)},
       {"MissingFile", [](const fs::path& d) { return d / "absent.mov"; }, -1,
        ElementsAre(kGeneralOpen, kCouldNotOpen + "-43")},
       {"DirectoryInsteadOfAFile",
@@ -147,6 +184,25 @@ TEST_P(RefusedFile, OpenAnswersItsStatusAndMessages) {
   EXPECT_EQ(status, row.status);
   EXPECT_EQ(open.source, nullptr);
   EXPECT_THAT(open.reporter.Messages(), row.messages);
+}
+
+// The other side of the channel limit: as many channels as the converter takes are read, all
+// of them.
+TEST(BadInputsBoundary, AsManyChannelsAsTheConverterTakesAreRead) {
+  const fs::path directory = fs::path(::testing::TempDir()) / "bad-inputs-64-channels";
+  fs::create_directories(directory);
+  const fs::path path = WithBytes(directory, "wide.wav", WavWithChannels(64));
+  {
+    kiva::test::PlugInFile file(path.string());
+    ASSERT_TRUE(file.IsOpen());
+    EXPECT_EQ(file.Channels(), 64);
+    EXPECT_EQ(file.Length(), 100);
+    const kiva::test::Answer answer = file.Read(0, 100);
+    EXPECT_EQ(answer.status, 0);
+    EXPECT_EQ(answer.framesRead, 100);
+    EXPECT_EQ(answer.bytes, std::vector<char>(64u * 100 * sizeof(float), '\0'));
+  }
+  fs::remove_all(directory);
 }
 
 INSTANTIATE_TEST_SUITE_P(BadInputs, RefusedFile, ::testing::ValuesIn(BadFiles()),

@@ -216,6 +216,10 @@ bool PlaceOggStreams(AVFormatContext* format, std::vector<AudioStreamFacts>& str
   return true;
 }
 
+// The sample converter takes at most 64 channels (decoders 512); a stream declaring more is
+// not read. A container may declare billions, which must not size anything.
+constexpr int kMostChannelsRead = 64;
+
 }  // namespace
 
 std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
@@ -226,6 +230,7 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
     const AVCodecParameters* parameters = stream->codecpar;
     if (parameters->codec_type != AVMEDIA_TYPE_AUDIO || parameters->sample_rate <= 0 ||
         parameters->ch_layout.nb_channels <= 0 ||
+        parameters->ch_layout.nb_channels > kMostChannelsRead ||
         avcodec_find_decoder(parameters->codec_id) == nullptr) {
       continue;
     }
