@@ -26,6 +26,9 @@ struct PacketDeleter {
 struct SwrContextDeleter {
   void operator()(SwrContext* context) const { swr_free(&context); }
 };
+struct IOContextDeleter {
+  void operator()(AVIOContext* context) const { avio_closep(&context); }
+};
 struct CodecParametersDeleter {
   void operator()(AVCodecParameters* parameters) const { avcodec_parameters_free(&parameters); }
 };
@@ -35,6 +38,7 @@ using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
 using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
 using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
 using SwrContextPtr = std::unique_ptr<SwrContext, SwrContextDeleter>;
+using IOContextPtr = std::unique_ptr<AVIOContext, IOContextDeleter>;
 using CodecParametersPtr = std::unique_ptr<AVCodecParameters, CodecParametersDeleter>;
 
 // A packet unreferenced when the scope ends, so that every early return releases its data.
