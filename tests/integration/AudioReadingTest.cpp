@@ -106,6 +106,10 @@ std::vector<Fixture> Fixtures() {
       {"ac3-44k.ac3", 2, 44100, 0, lr, 0, "-cons_noisegen 1"},
       {"ac3-cut.ac3", 2, 44100, 0, lr, 0, "-cons_noisegen 1"},
       {"ac3-junk.ac3", 2, 44100, 0, lr, 0, "-cons_noisegen 1"},
+      {"aac.mka", 2, 48000, 0, lr},
+      {"mp3.mka", 2, 48000, 0, lr},
+      {"aac-30s.mka", 1, 48000, 0, {102}},
+      {"aac-gap.mka", 2, 48000, 0, lr},
       {"av.mp4", 2, 48000, 168000, lr},
       {"two-tracks.mov", 4, 48000, 120000, {100, 101, 100, 101}, 0, "", {0, 1}, {2, 2}},
       // The 44.1 kHz track is resampled to the movie's rate: only the second is FFmpeg's own.

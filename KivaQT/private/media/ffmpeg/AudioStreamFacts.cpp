@@ -5,6 +5,7 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include <cmath>
 #include <cstring>
 #include <map>
 #include <utility>
@@ -235,6 +236,90 @@ bool PlaceOggStreams(AVFormatContext* format, std::vector<AudioStreamFacts>& str
 // not read. A container may declare billions, which must not size anything.
 constexpr int kMostChannelsRead = 64;
 
+// Matroska stamps blocks in milliseconds, too coarse to count samples by; but for a coding
+// whose frames all hold the same number of samples, a block's stamp still names its frame
+// number exactly (frames lie 10 ms apart or more, a stamp is off by half a millisecond). So
+// the first block and the blocks after the last cue give the length without reading the
+// hour between (which cost 122 ms). Stamps off the frame grid, or a step other than one
+// frame among the last blocks, leave the stream to the full pass. Like Ogg's declared end,
+// this trusts the container's stamps. The file is read through a context of its own, so
+// that the full pass still finds the study's context at the start.
+bool PlaceMatroskaStream(const AVFormatContext* study, std::vector<AudioStreamFacts>& streams) {
+  if (std::strncmp(study->iformat->name, "matroska", 8) != 0 || streams.size() != 1 ||
+      study->url == nullptr) {
+    return false;
+  }
+  AudioStreamFacts& facts = streams.front();
+  const AVCodecID codec = facts.parameters->codec_id;
+  const int frameSize = facts.parameters->frame_size;
+  if (frameSize <= 0 || (codec != AV_CODEC_ID_AAC && codec != AV_CODEC_ID_MP3 &&
+                         codec != AV_CODEC_ID_MP2 && codec != AV_CODEC_ID_AC3)) {
+    return false;
+  }
+  AVFormatContext* raw = nullptr;
+  if (avformat_open_input(&raw, study->url, study->iformat, nullptr) < 0) return false;
+  const FormatContextPtr format(raw);
+  if (facts.streamIndex >= static_cast<int>(format->nb_streams)) return false;
+  for (unsigned i = 0; i < format->nb_streams; ++i) {
+    format->streams[i]->discard =
+        static_cast<int>(i) == facts.streamIndex ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+  }
+  PacketPtr packet(av_packet_alloc());
+  if (!packet) return false;
+  // The stream's next packet; false at the end. A packet without a stamp, or one marked to be
+  // dropped, makes the walk give up (`usable` false): the full pass counts such streams.
+  bool usable = true;
+  const auto nextPacket = [&] {
+    while (av_read_frame(format.get(), packet.get()) >= 0) {
+      if (packet->stream_index != facts.streamIndex) {
+        av_packet_unref(packet.get());
+        continue;
+      }
+      if (packet->pts != AV_NOPTS_VALUE && (packet->flags & AV_PKT_FLAG_DISCARD) == 0) return true;
+      av_packet_unref(packet.get());
+      usable = false;
+      return false;
+    }
+    return false;
+  };
+  if (!nextPacket()) return false;
+  const std::int64_t first = packet->pts;
+  const std::uint32_t skipped = SkippedSamples(*packet).first;
+  av_packet_unref(packet.get());
+  const AVRational timeBase = format->streams[facts.streamIndex]->time_base;
+  // The frame a stamp names, or -1 off the grid.
+  const auto frameAt = [&](std::int64_t pts) -> std::int64_t {
+    const double frames = static_cast<double>(pts - first) * timeBase.num / timeBase.den *
+                          facts.sampleRate / frameSize;
+    const double nearest = std::round(frames);
+    return std::fabs(frames - nearest) <= 0.25 ? static_cast<std::int64_t>(nearest) : -1;
+  };
+  if (format->duration != AV_NOPTS_VALUE && format->duration > 0) {
+    const std::int64_t tail = av_rescale_q(10 * AV_TIME_BASE, AV_TIME_BASE_Q, timeBase);
+    const std::int64_t target =
+        first + av_rescale_q(format->duration, AV_TIME_BASE_Q, timeBase) - tail;
+    if (target > first &&
+        avformat_seek_file(format.get(), facts.streamIndex, INT64_MIN, target, target, 0) < 0) {
+      return false;
+    }
+  }
+  std::int64_t last = -1;
+  std::uint32_t discarded = 0;
+  while (nextPacket()) {
+    const std::int64_t frame = frameAt(packet->pts);
+    discarded = SkippedSamples(*packet).second;
+    av_packet_unref(packet.get());
+    if (frame < 0 || (last >= 0 && frame != last + 1)) return false;
+    last = frame;
+  }
+  if (!usable || last < 0) return false;
+  const std::int64_t length = (last + 1) * frameSize - skipped - discarded;
+  if (length <= 0) return false;
+  facts.origin = first;
+  facts.length = length;
+  return true;
+}
+
 // Raw AC-3 is a chain of sync frames of 1,536 samples each, every header giving its frame's
 // size: walking the headers from the file's first byte to its last counts the samples without
 // demuxing and parsing the audio (which cost a ten-minute file 14 ms). Anything but a clean
@@ -316,7 +401,8 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
     }
     streams.push_back(std::move(facts));
   }
-  if (needScan && !PlaceOggStreams(format, streams) && !PlaceRawAc3Stream(format, streams)) {
+  if (needScan && !PlaceOggStreams(format, streams) && !PlaceRawAc3Stream(format, streams) &&
+      !PlaceMatroskaStream(format, streams)) {
     ScanPackets(format, streams);
   }
   for (auto& facts : streams) {
