@@ -53,24 +53,6 @@ std::string RandomBytes() {
   return bytes;
 }
 
-// A QuickTime file whose movie has no tracks at all.
-std::string MovieWithoutTracks() {
-  const auto be32 = [](std::uint32_t v) {
-    return std::string{static_cast<char>(v >> 24), static_cast<char>(v >> 16),
-                       static_cast<char>(v >> 8), static_cast<char>(v)};
-  };
-  const auto box = [&](const std::string& type, const std::string& payload) {
-    return be32(static_cast<std::uint32_t>(8 + payload.size())) + type + payload;
-  };
-  std::string mvhd = be32(0) + be32(0) + be32(0) + be32(600) + be32(0) + be32(0x10000) +
-                     std::string("\x01\x00", 2) + std::string(10, '\0');
-  for (const std::uint32_t m : {0x10000u, 0u, 0u, 0u, 0x10000u, 0u, 0u, 0u, 0x40000000u}) {
-    mvhd += be32(m);
-  }
-  mvhd += std::string(24, '\0') + be32(1);
-  return box("ftyp", "qt  " + be32(0x200) + "qt  ") + box("moov", box("mvhd", mvhd));
-}
-
 std::string Le16(std::uint16_t v) { return {static_cast<char>(v), static_cast<char>(v >> 8)}; }
 std::string Le32(std::uint32_t v) { return Le16(static_cast<std::uint16_t>(v)) + Le16(v >> 16); }
 std::string Be32(std::uint32_t v) {
@@ -78,6 +60,20 @@ std::string Be32(std::uint32_t v) {
           static_cast<char>(v)};
 }
 std::string Be64(std::uint64_t v) { return Be32(static_cast<std::uint32_t>(v >> 32)) + Be32(v); }
+
+// A QuickTime file whose movie has no tracks at all.
+std::string MovieWithoutTracks() {
+  const auto box = [&](const std::string& type, const std::string& payload) {
+    return Be32(static_cast<std::uint32_t>(8 + payload.size())) + type + payload;
+  };
+  std::string mvhd = Be32(0) + Be32(0) + Be32(0) + Be32(600) + Be32(0) + Be32(0x10000) +
+                     std::string("\x01\x00", 2) + std::string(10, '\0');
+  for (const std::uint32_t m : {0x10000u, 0u, 0u, 0u, 0x10000u, 0u, 0u, 0u, 0x40000000u}) {
+    mvhd += Be32(m);
+  }
+  mvhd += std::string(24, '\0') + Be32(1);
+  return box("ftyp", "qt  " + Be32(0x200) + "qt  ") + box("moov", box("mvhd", mvhd));
+}
 
 // 16-bit PCM WAV of silence, 100 frames at 8 kHz, of any channel count.
 std::string WavWithChannels(std::uint16_t channels) {

@@ -12,9 +12,15 @@ extern "C" {
 
 namespace kiva::qt::media::ffmpeg {
 
-namespace {
-
 bool IsPcm(AVCodecID id) { return id >= AV_CODEC_ID_PCM_S16LE && id < AV_CODEC_ID_ADPCM_IMA_QT; }
+
+void KeepOnlyStream(AVFormatContext* format, int index) {
+  for (unsigned i = 0; i < format->nb_streams; ++i) {
+    format->streams[i]->discard = static_cast<int>(i) == index ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+  }
+}
+
+namespace {
 
 bool IsLossless(AVCodecID id) {
   return IsPcm(id) || id == AV_CODEC_ID_FLAC || id == AV_CODEC_ID_ALAC ||
@@ -260,10 +266,7 @@ bool PlaceMatroskaStream(const AVFormatContext* study, std::vector<AudioStreamFa
   if (avformat_open_input(&raw, study->url, study->iformat, nullptr) < 0) return false;
   const FormatContextPtr format(raw);
   if (facts.streamIndex >= static_cast<int>(format->nb_streams)) return false;
-  for (unsigned i = 0; i < format->nb_streams; ++i) {
-    format->streams[i]->discard =
-        static_cast<int>(i) == facts.streamIndex ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-  }
+  KeepOnlyStream(format.get(), facts.streamIndex);
   PacketPtr packet(av_packet_alloc());
   if (!packet) return false;
   // The stream's next packet; false at the end. A packet without a stamp, or one marked to be

@@ -28,6 +28,12 @@ struct AudioStreamFacts {
   std::int64_t preroll = 0;
 };
 
+// Linear PCM of any sample format.
+bool IsPcm(AVCodecID id);
+
+// Demuxes only stream `index` of `format`; the others are dropped unread.
+void KeepOnlyStream(AVFormatContext* format, int index);
+
 // Facts of every decodable audio stream of `format`, which must have been opened with stream
 // information. Formats that do not declare an exact length are scanned packet by packet once
 // (no decoding); the scan leaves `format` positioned at its end.

@@ -35,8 +35,7 @@ OSErr AudioStreamReader::Open() {
   // Demuxers ask for PCM's first packets to be probed for other codings hidden in it (WAV's
   // 16-bit PCM for DTS and the like). The study of the stream has already settled what it is:
   // probing again, through every prober over half a megabyte, cost a first read 25 ms.
-  if (facts.parameters->codec_id >= AV_CODEC_ID_PCM_S16LE &&
-      facts.parameters->codec_id < AV_CODEC_ID_ADPCM_IMA_QT) {
+  if (IsPcm(facts.parameters->codec_id)) {
     av_dict_set(&options, "max_probe_packets", "1", 0);
   }
   const int result = avformat_open_input(&raw, path.c_str(), facts.demuxer, &options);
@@ -51,10 +50,7 @@ OSErr AudioStreamReader::Open() {
   }
   if (facts.streamIndex >= static_cast<int>(format->nb_streams)) return kInvalidMovieErr;
   format->max_index_size = 64 << 20;
-  for (unsigned i = 0; i < format->nb_streams; ++i) {
-    format->streams[i]->discard =
-        static_cast<int>(i) == facts.streamIndex ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-  }
+  KeepOnlyStream(format.get(), facts.streamIndex);
   return kNoErr;
 }
 

@@ -19,8 +19,6 @@ namespace kiva::qt::media::ffmpeg {
 
 namespace {
 
-bool IsPcm(AVCodecID id) { return id >= AV_CODEC_ID_PCM_S16LE && id < AV_CODEC_ID_ADPCM_IMA_QT; }
-
 std::string Describe(const AVCodecParameters& parameters) {
   const AVCodecDescriptor* descriptor = avcodec_descriptor_get(parameters.codec_id);
   std::string text = descriptor != nullptr ? descriptor->name : "unknown";
