@@ -216,6 +216,35 @@ TEST_P(AudioReading, RandomReadsMatchTheSequentialDecode) {
   }
 }
 
+float Peak(const std::vector<float>& channel) {
+  float peak = 0;
+  for (const float sample : channel) peak = std::max(peak, std::abs(sample));
+  return peak;
+}
+
+// Each track's length is counted in its own rate and the longest count is reported, while the
+// audio comes at the last track's rate: a longer first track of a lower rate goes on sounding
+// past the reported length, up to its own end at the reported rate.
+TEST(AudioReadingOfTracks, LongerFirstTrackAtALowerRateIsCountedInItsOwnRate) {
+  OpenedSource source(kFixtures + "/longer-first-at-lower-rate.mov");
+  ASSERT_EQ(source.status, 0);
+  EXPECT_EQ(source.format.sampleRate, 48000);
+  // 2.5 s at 44.1 kHz outcounts 1 s at 48 kHz.
+  EXPECT_EQ(source.format.sampleCount, 110250);
+
+  Channels out(4);
+  ASSERT_EQ(source.Read(110250, 1024, out), 0);
+  EXPECT_GT(Peak(out[0]), 0.2f);
+  EXPECT_GT(Peak(out[1]), 0.2f);
+  EXPECT_EQ(Peak(out[2]), 0.0f);
+  EXPECT_EQ(Peak(out[3]), 0.0f);
+
+  // 2.5 s at 48 kHz: the first track's end.
+  ASSERT_EQ(source.Read(120000 - 512, 1024, out), 0);
+  EXPECT_GT(Peak({out[0].begin(), out[0].begin() + 512}), 0.2f);
+  for (const auto& channel : out) EXPECT_EQ(Peak({channel.begin() + 512, channel.end()}), 0.0f);
+}
+
 INSTANTIATE_TEST_SUITE_P(Fixtures, AudioReading, ::testing::ValuesIn(Fixtures()),
                          [](const ::testing::TestParamInfo<Fixture>& info) {
                            return kiva::test::TestNameFromFile(info.param.file);
