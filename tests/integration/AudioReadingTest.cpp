@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -114,8 +115,14 @@ std::vector<Fixture> Fixtures() {
       {"two-tracks.mov", 4, 48000, 120000, {100, 101, 100, 101}, 0, "", {0, 1}, {2, 2}},
       // The 44.1 kHz track is resampled to the movie's rate: only the second is FFmpeg's own.
       {"two-rates.mov", 4, 48000, 168000, {100, 101, 100, 101}, 0, "", {1}, {2, 2}},
+      // Mono tracks at rates 64 times apart, the widest mixed: 8 kHz raised to 512 kHz, and
+      // 512 kHz lowered to 8 kHz.
+      {"rates-64-apart-raised.mov", 2, 512000, 51200, {0, 0}, 0, "", {1}, {1, 1}},
+      {"rates-64-apart-lowered.mov", 2, 8000, 8000, {0, 0}, 0, "", {1}, {1, 1}},
   };
 }
+
+void PrintTo(const Fixture& fixture, std::ostream* out) { *out << fixture.file; }
 
 class AudioReading : public ::testing::TestWithParam<Fixture> {};
 
@@ -243,6 +250,17 @@ TEST(AudioReadingOfTracks, LongerFirstTrackAtALowerRateIsCountedInItsOwnRate) {
   ASSERT_EQ(source.Read(120000 - 512, 1024, out), 0);
   EXPECT_GT(Peak({out[0].begin(), out[0].begin() + 512}), 0.2f);
   for (const auto& channel : out) EXPECT_EQ(Peak({channel.begin() + 512, channel.end()}), 0.0f);
+}
+
+// Tracks whose rates lie further apart than the converter goes (its filter would grow with the
+// ratio) open and describe themselves, but their audio cannot be read.
+TEST(AudioReadingOfTracks, RatesFurtherApartThanSixtyFourTimesCannotBeRead) {
+  OpenedSource source(kFixtures + "/rates-65-apart.mov");
+  ASSERT_EQ(source.status, 0);
+  EXPECT_EQ(source.format.GetNumChannels(), 2);
+  EXPECT_EQ(source.format.sampleRate, 8000);
+  Channels out(2);
+  EXPECT_EQ(source.Read(0, 800, out), kiva::kKivaReadAudioFailed);
 }
 
 INSTANTIATE_TEST_SUITE_P(Fixtures, AudioReading, ::testing::ValuesIn(Fixtures()),

@@ -6,6 +6,7 @@
 #include "FFmpegFormatCodes.h"
 #include "FFmpegImporter.h"
 #include "MimeDatabase.h"
+#include "ResampledStreamReader.h"
 
 extern "C" {
 #include <libavutil/pixdesc.h>
@@ -306,6 +307,11 @@ OSErr FFmpegMovie::BeginAudioExtraction(std::unique_ptr<AudioExtraction>& sessio
   }
   // The session runs at the rate of the last sound track, the rate the movie reports.
   const int rate = audio->back().sampleRate;
+  if (!std::all_of(audio->begin(), audio->end(), [rate](const AudioStreamFacts& facts) {
+        return ResampledStreamReader::Converts(facts.sampleRate, rate);
+      })) {
+    return kInvalidMovieErr;
+  }
   session = std::make_unique<FFmpegAudioExtraction>(path, audio, timeline, rate);
   return kNoErr;
 }

@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::int64_t kInputBlock = 4096;
 constexpr std::int64_t kFilterReach = 32;  // input frames the default filter looks back
+constexpr std::int64_t kWidestRatio = 64;
 
 }  // namespace
 
@@ -30,6 +31,11 @@ ResampledStreamReader::ResampledStreamReader(std::unique_ptr<AudioStreamReader> 
 }
 
 ResampledStreamReader::~ResampledStreamReader() { av_channel_layout_uninit(&layout); }
+
+bool ResampledStreamReader::Converts(std::int64_t fromRate, std::int64_t toRate) {
+  return fromRate > 0 && toRate > 0 && fromRate <= toRate * kWidestRatio &&
+         toRate <= fromRate * kWidestRatio;
+}
 
 std::int64_t ResampledStreamReader::Length() const {
   return av_rescale_rnd(source->Length(), outputRate, source->SampleRate(), AV_ROUND_UP);
@@ -60,7 +66,10 @@ OSErr ResampledStreamReader::Produce(bool& ended) {
   ended = false;
   const auto channels = static_cast<std::size_t>(source->Channels());
   const std::int64_t remaining = source->Length() - inputPosition;
-  const std::int64_t frames = std::clamp<std::int64_t>(remaining, 0, kInputBlock);
+  // A raise takes fewer input frames at a time, so that each turn makes about a block of output.
+  const std::int64_t block = std::max<std::int64_t>(
+      1, kInputBlock * std::min<std::int64_t>(source->SampleRate(), outputRate) / outputRate);
+  const std::int64_t frames = std::clamp<std::int64_t>(remaining, 0, block);
   if (frames == 0 && drained) {
     ended = true;
     return kNoErr;

@@ -20,6 +20,11 @@ class ResampledStreamReader {
   ResampledStreamReader(const ResampledStreamReader&) = delete;
   ResampledStreamReader& operator=(const ResampledStreamReader&) = delete;
 
+  // Whether one rate converts to the other: the resampler's filter grows with the ratio of the
+  // rates (a reduction by N holds N times the taps in each of its phases), so rates further apart
+  // than any two real ones (6 kHz and 384 kHz) are not converted.
+  static bool Converts(std::int64_t fromRate, std::int64_t toRate);
+
   int Channels() const { return source->Channels(); }
   // The resampled length: every input frame's time, rounded up to whole output frames.
   std::int64_t Length() const;
