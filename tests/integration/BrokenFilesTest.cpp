@@ -98,6 +98,25 @@ TEST_F(BrokenFiles, VideoWhoseFramesCannotBeReadRefusesEveryFrameRequest) {
   kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
 }
 
+TEST_F(BrokenFiles, VideoWhoseDecoderCannotOpenRefusesEveryFrameRequest) {
+  // A damaged sample description names a subtitle coding for the video stream: its decoder
+  // refuses to open, on the first request and on every later one.
+  const std::string path = kFuzzRegressions + "/media_file/mp4-video-stream-of-a-subtitle-coding";
+  kivahost::HostOpen open(path);
+  kiva::KivaQTInterface kivaInterface;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open), 0);
+  kivahost::HostFormat format;
+  ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelGetFormat, open.source, &format), 0);
+  ASSERT_EQ(format.video.facts.streamCount, 1);
+  EXPECT_EQ(format.video.facts.description, "dvd_subtitle, 32x18");
+  std::vector<char> pixels(16 * 16 * 4);
+  for (const int index : {0, 0, 0}) {
+    kivahost::HostReadVideoFrame request(index, 16, 16, pixels.data());
+    EXPECT_EQ(kivaInterface.EntryPoint(kiva::kSelReadVideoFrame, open.source, &request), -1);
+  }
+  kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
+}
+
 TEST_F(BrokenFiles, SampleRateBeyondTwoToTheThirtyOpensWithThatRate) {
   // A damaged ALAC header declares over a thousand million frames a second.
   const std::string path = kFuzzRegressions + "/media_file/sample-rate-above-two-to-the-thirty";

@@ -41,16 +41,18 @@ OSErr AudioStreamReader::Open() {
   const int result = avformat_open_input(&raw, path.c_str(), facts.demuxer, &options);
   av_dict_free(&options);
   if (result < 0) return ToOSErr(result);
-  format.reset(raw);
+  // Opened whole or not at all: a later read must not find a demuxer that failed half-way.
+  FormatContextPtr opened(raw);
   // Formats that find their streams while reading need the same search as the first open, so
   // that stream numbers agree.
-  if ((format->ctx_flags & AVFMTCTX_NOHEADER) != 0 ||
-      facts.streamIndex >= static_cast<int>(format->nb_streams)) {
-    if (avformat_find_stream_info(format.get(), nullptr) < 0) return kInvalidMovieErr;
+  if ((opened->ctx_flags & AVFMTCTX_NOHEADER) != 0 ||
+      facts.streamIndex >= static_cast<int>(opened->nb_streams)) {
+    if (avformat_find_stream_info(opened.get(), nullptr) < 0) return kInvalidMovieErr;
   }
-  if (facts.streamIndex >= static_cast<int>(format->nb_streams)) return kInvalidMovieErr;
-  format->max_index_size = 64 << 20;
-  KeepOnlyStream(format.get(), facts.streamIndex);
+  if (facts.streamIndex >= static_cast<int>(opened->nb_streams)) return kInvalidMovieErr;
+  opened->max_index_size = 64 << 20;
+  KeepOnlyStream(opened.get(), facts.streamIndex);
+  format = std::move(opened);
   return kNoErr;
 }
 
@@ -65,6 +67,8 @@ OSErr AudioStreamReader::ResetDecoder() {
 }
 
 OSErr AudioStreamReader::Restart() {
+  // Until this succeeds, no read may continue from where the last one ended.
+  positioned = false;
   if (const OSErr error = Open(); error != kNoErr) return error;
   if (const OSErr error = ResetDecoder(); error != kNoErr) return error;
   positioned = true;
@@ -75,6 +79,7 @@ OSErr AudioStreamReader::Restart() {
 }
 
 OSErr AudioStreamReader::SeekTo(std::int64_t start, std::int64_t extraPreroll) {
+  positioned = false;
   const std::int64_t preroll = facts.preroll + extraPreroll;
   if (start - preroll <= 0) return Restart();
   std::int64_t timestamp = 0;

@@ -46,31 +46,34 @@ FFmpegVideoRenderer::FFmpegVideoRenderer(std::string path, const AVInputFormat* 
       lookahead(av_frame_alloc()) {}
 
 OSErr FFmpegVideoRenderer::Open() {
-  if (format) return kNoErr;
+  // Opened whole or not at all: a later request must not find a demuxer without its decoder.
+  if (decoder) return kNoErr;
   AVFormatContext* raw = nullptr;
   if (const int result = avformat_open_input(&raw, path.c_str(), demuxer, nullptr); result < 0) {
     return ToOSErr(result);
   }
-  format.reset(raw);
-  if (avformat_find_stream_info(format.get(), nullptr) < 0 ||
-      streamIndex >= static_cast<int>(format->nb_streams)) {
+  FormatContextPtr opened(raw);
+  if (avformat_find_stream_info(opened.get(), nullptr) < 0 ||
+      streamIndex >= static_cast<int>(opened->nb_streams)) {
     return kInvalidMovieErr;
   }
-  for (unsigned i = 0; i < format->nb_streams; ++i) {
-    format->streams[i]->discard =
+  for (unsigned i = 0; i < opened->nb_streams; ++i) {
+    opened->streams[i]->discard =
         static_cast<int>(i) == streamIndex ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
   }
-  const AVStream* stream = format->streams[streamIndex];
+  const AVStream* stream = opened->streams[streamIndex];
   const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
   if (codec == nullptr || !packet || !decoded || !current || !lookahead) return kInvalidMovieErr;
-  decoder.reset(avcodec_alloc_context3(codec));
-  if (!decoder || avcodec_parameters_to_context(decoder.get(), stream->codecpar) < 0) {
+  CodecContextPtr context(avcodec_alloc_context3(codec));
+  if (!context || avcodec_parameters_to_context(context.get(), stream->codecpar) < 0) {
     return kInvalidMovieErr;
   }
-  decoder->pkt_timebase = stream->time_base;
-  decoder->thread_count = 0;  // as many as the machine has
-  decoder->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
-  if (avcodec_open2(decoder.get(), codec, nullptr) < 0) return kInvalidMovieErr;
+  context->pkt_timebase = stream->time_base;
+  context->thread_count = 0;  // as many as the machine has
+  context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+  if (avcodec_open2(context.get(), codec, nullptr) < 0) return kInvalidMovieErr;
+  format = std::move(opened);
+  decoder = std::move(context);
   return kNoErr;
 }
 
