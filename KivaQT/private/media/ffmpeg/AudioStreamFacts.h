@@ -31,7 +31,8 @@ struct AudioStreamFacts {
 // Linear PCM of any sample format.
 bool IsPcm(AVCodecID id);
 
-// Demuxes only stream `index` of `format`; the others are dropped unread.
+// Demuxes only stream `index` of `format`; the others are dropped unread (audio and video
+// readers alike).
 void KeepOnlyStream(AVFormatContext* format, int index);
 
 // Facts of every decodable audio stream of `format`, which must have been opened with stream

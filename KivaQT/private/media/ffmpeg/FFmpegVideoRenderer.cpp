@@ -1,5 +1,6 @@
 #include "FFmpegVideoRenderer.h"
 
+#include "AudioStreamFacts.h"
 #include "FFmpegErrors.h"
 
 extern "C" {
@@ -57,10 +58,7 @@ OSErr FFmpegVideoRenderer::Open() {
       streamIndex >= static_cast<int>(opened->nb_streams)) {
     return kInvalidMovieErr;
   }
-  for (unsigned i = 0; i < opened->nb_streams; ++i) {
-    opened->streams[i]->discard =
-        static_cast<int>(i) == streamIndex ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-  }
+  KeepOnlyStream(opened.get(), streamIndex);
   const AVStream* stream = opened->streams[streamIndex];
   const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
   if (codec == nullptr || !packet || !decoded || !current || !lookahead) return kInvalidMovieErr;
