@@ -58,4 +58,9 @@ std::vector<media::ComponentDescription> CurrentExportComponentDescriptions() {
   return sExportCompDescs;
 }
 
+void ForgetExportDescriptionsForTesting() {
+  std::lock_guard lock(sCatalogueMutex);
+  sExportCompDescs.clear();
+}
+
 }  // namespace kiva::qt

@@ -20,4 +20,8 @@ void GetExportComponentDescriptions(std::vector<media::ComponentDescription>& ou
 // The catalogue as it stands, without building it (empty until the settings dialog ran).
 std::vector<media::ComponentDescription> CurrentExportComponentDescriptions();
 
+// Empties the catalogue, as a freshly loaded module has it: for test programs that go through
+// many module lifetimes in one process.
+void ForgetExportDescriptionsForTesting();
+
 }  // namespace kiva::qt

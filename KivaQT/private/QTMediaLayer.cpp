@@ -35,4 +35,6 @@ void Terminate() { media::DefaultToolbox().Stop(); }
 
 bool IsAvailable() { return gIsAvailable; }
 
+void ForgetStartForTesting() { gIsAvailable = false; }
+
 }  // namespace kiva::qt

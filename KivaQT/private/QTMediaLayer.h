@@ -10,5 +10,8 @@ bool Initialize();
 void Terminate();
 // Whether the media layer was found usable and started.
 bool IsAvailable();
+// Forgets that the media layer was started, as a freshly loaded module would have it: for test
+// programs that go through many module lifetimes in one process.
+void ForgetStartForTesting();
 
 }  // namespace kiva::qt

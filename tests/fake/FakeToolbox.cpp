@@ -1,5 +1,7 @@
 #include "FakeToolbox.h"
 
+#include <gtest/gtest.h>
+
 namespace kiva::test {
 
 namespace {
@@ -58,6 +60,20 @@ FakeToolbox& FakeToolbox::Instance() {
   static FakeToolbox toolbox;
   return toolbox;
 }
+
+namespace {
+
+// Every test starts with the toolbox as built: nothing staged, nothing counted.
+class FreshToolboxPerTest final : public ::testing::EmptyTestEventListener {
+  void OnTestStart(const ::testing::TestInfo&) override { FakeToolbox::Instance() = FakeToolbox(); }
+};
+
+const bool sFreshToolboxRegistered = [] {
+  ::testing::UnitTest::GetInstance()->listeners().Append(new FreshToolboxPerTest);
+  return true;
+}();
+
+}  // namespace
 
 qt::media::OSErr FakeToolbox::GetVersion(std::int32_t& response) {
   ++versionCalls;

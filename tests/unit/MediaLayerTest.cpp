@@ -1,5 +1,5 @@
-// Start and stop of the media layer, and what the trace shows of it. Every test runs in a
-// process of its own (gtest_discover_tests), so the module starts out unstarted in each.
+// Start and stop of the media layer, and what the trace shows of it. Every test starts with the
+// module freshly loaded (FreshModulePerTest), so the media layer starts out unstarted in each.
 
 #include "FakeToolbox.h"
 #include "KivaQTInterface.h"
