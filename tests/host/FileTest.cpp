@@ -36,6 +36,41 @@ TEST(File, DeleteThatFailsRaisesTheHostError) {
   std::filesystem::remove_all(directory);
 }
 
+TEST(File, AnEmptyDirectoryIsNotDeleted) {
+  const std::filesystem::path directory =
+      std::filesystem::path(::testing::TempDir()) / "file-test-empty-dir";
+  std::filesystem::create_directories(directory);
+  EXPECT_THROW(File(Wide(directory.string())).Delete(), noxcore::config::HostError);
+  EXPECT_TRUE(std::filesystem::is_directory(directory));
+  std::filesystem::remove(directory);
+}
+
+TEST(File, ALockedFileIsNotDeleted) {
+  const std::string path = ::testing::TempDir() + "/file-test-locked.mov";
+  std::ofstream(path) << "keep";
+  std::filesystem::permissions(path, std::filesystem::perms::owner_read |
+                                         std::filesystem::perms::group_read |
+                                         std::filesystem::perms::others_read);
+  EXPECT_THROW(File(Wide(path)).Delete(), noxcore::config::HostError);
+  EXPECT_TRUE(std::filesystem::exists(path));
+  std::filesystem::permissions(path, std::filesystem::perms::owner_write,
+                               std::filesystem::perm_options::add);
+  std::filesystem::remove(path);
+}
+
+TEST(File, ALinkIsNotDeletedNorWhatItNames) {
+  const std::string target = ::testing::TempDir() + "/file-test-link-target.mov";
+  const std::string link = ::testing::TempDir() + "/file-test-link.mov";
+  std::ofstream(target) << "keep";
+  std::filesystem::remove(link);
+  std::filesystem::create_symlink(target, link);
+  EXPECT_THROW(File(Wide(link)).Delete(), noxcore::config::HostError);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_TRUE(std::filesystem::exists(target));
+  std::filesystem::remove(link);
+  std::filesystem::remove(target);
+}
+
 TEST(File, Extension) {
   EXPECT_EQ(File(u"/a/song.MOV").GetExtension(), u".MOV");
   EXPECT_EQ(File(u"/a/archive.tar.gz").GetExtension(), u".gz");

@@ -2,6 +2,7 @@
 
 #include "Export.h"
 #include "OpenedFile.h"
+#include "OutputFile.h"
 #include "Pictures.h"
 #include "Settings.h"
 
@@ -10,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <iomanip>
 #include <iostream>
 #include <memory>
@@ -179,17 +181,23 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
       std::cerr << "kivahost: " << path << " has no audio\n";
       return 1;
     }
-    const std::int64_t end =
-        frames < 0 ? format.sampleCount : std::min(format.sampleCount, start + frames);
+    const std::int64_t length = format.sampleCount;
+    if ((start >= length && frames != 0) || (frames > 0 && frames > length - start)) {
+      std::cerr << "kivahost: frames " << start << " to "
+                << (frames < 0 ? std::string("the end") : std::to_string(start + frames - 1))
+                << " lie outside " << path << ", which holds " << length << " frames (0 to "
+                << length - 1 << ")\n";
+      return 2;
+    }
+    const std::int64_t end = frames < 0 ? length : start + frames;
+    OutputFile out(output, {path});
     SF_INFO info{};
     info.samplerate = format.sampleRate;
     info.channels = channels;
     info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-    std::unique_ptr<SNDFILE, SndfileCloser> wav(sf_open(output.c_str(), SFM_WRITE, &info));
-    if (!wav) {
-      std::cerr << "kivahost: cannot write " << output << ": " << sf_strerror(nullptr) << '\n';
-      return 1;
-    }
+    std::unique_ptr<SNDFILE, SndfileCloser> wav(
+        sf_open_fd(out.Descriptor(), SFM_WRITE, &info, SF_FALSE));
+    if (!wav) throw OutputError(sf_strerror(nullptr));
     constexpr std::int64_t kBlock = 65536;
     std::vector<std::vector<float>> planes(static_cast<std::size_t>(channels),
                                            std::vector<float>(kBlock));
@@ -211,7 +219,12 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
               planes[static_cast<std::size_t>(c)][static_cast<std::size_t>(i)];
         }
       }
-      sf_writef_float(wav.get(), interleaved.data(), count);
+      errno = 0;
+      if (sf_writef_float(wav.get(), interleaved.data(), count) != count) {
+        throw OutputError(out.DeviceIsFull() ? "no space left on the device"
+                          : errno != 0       ? DescribeError(errno)
+                                             : sf_strerror(wav.get()));
+      }
       if (showProgress) {
         std::cerr << "\rDecoding "
                   << (100 * (position + count - start)) / std::max<std::int64_t>(1, end - start)
@@ -219,11 +232,19 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
       }
     }
     if (showProgress) std::cerr << '\n';
+    // Closing writes the final header; only then is the file complete.
+    errno = 0;
+    if (sf_close(wav.release()) != 0) {
+      throw OutputError(errno != 0 ? DescribeError(errno) : "the WAV header could not be written");
+    }
+    out.Commit();
     std::cout << "Wrote " << (end - start) << " frames of " << channels << " channels at "
               << format.sampleRate << " Hz to " << output << '\n';
     return 0;
   } catch (const PlugInError& error) {
     return ReportFailure(error);
+  } catch (const OutputError& error) {
+    return ReportOutputFailure(output, error);
   }
 }
 

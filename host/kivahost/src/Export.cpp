@@ -1,6 +1,7 @@
 #include "Export.h"
 
 #include "OpenedFile.h"
+#include "OutputFile.h"
 
 #include <kiva/KivaInterfaceTemplate.h>
 
@@ -50,9 +51,19 @@ void Convert(const float* in, std::int64_t frames, int code, std::uint8_t* out) 
   }
 }
 
-int Fail(const char* what, int status, const std::vector<std::string>& messages) {
+// The plug-in's answer, with the path it was given (the temporary) shown as the user's, and the
+// cause where the host can tell it.
+int Fail(const char* what, int status, const std::vector<std::string>& messages,
+         const OutputFile& out) {
   std::cerr << "\nkivahost: " << what << " (status " << status << ")\n";
-  for (const auto& message : messages) std::cerr << "  " << message << '\n';
+  for (std::string message : messages) {
+    for (auto at = message.find(out.TemporaryPath()); at != std::string::npos;
+         at = message.find(out.TemporaryPath(), at + out.Target().size())) {
+      message.replace(at, out.TemporaryPath().size(), out.Target());
+    }
+    std::cerr << "  " << message << '\n';
+  }
+  if (out.DeviceIsFull()) std::cerr << "  Cause: no space left on the device\n";
   return 1;
 }
 
@@ -66,6 +77,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     return 2;
   }
   try {
+    OutputFile out(output, {input});
     const OpenedFile source(plugIn, input);
     const HostFormat& read = source.Format();
     const int channels = static_cast<int>(read.labels.size());
@@ -88,9 +100,9 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
               << "Format:    " << info.description << "\n"
               << "Estimate:  " << info.estimate << " bytes\n";
 
-    HostWriteStart start(output, format);
+    HostWriteStart start(out.TemporaryPath(), format);
     if (const int status = plugIn.Call(kiva::kSelWriteStart, nullptr, &start); status != 0) {
-      return Fail("cannot start the export", status, start.reporter.Messages());
+      return Fail("cannot start the export", status, start.reporter.Messages(), out);
     }
     constexpr std::int64_t kBlock = 65536;
     std::vector<std::vector<float>> planes(static_cast<std::size_t>(channels),
@@ -123,14 +135,28 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     if (showProgress) std::cerr << '\n';
     HostFinishWrite finish(format);
     const int finished = plugIn.Call(kiva::kSelFinishWrite, start.handle, &finish);
-    if (status != 0) return Fail("writing the export failed", status, {});
+    if (status != 0) return Fail("writing the export failed", status, {}, out);
     if (finished != 0)
-      return Fail("finishing the export failed", finished, finish.reporter.Messages());
+      return Fail("finishing the export failed", finished, finish.reporter.Messages(), out);
+    // Only a movie that reads back with its channels replaces what the user had.
+    try {
+      const OpenedFile written(plugIn, out.TemporaryPath());
+      if (written.Format().labels.size() != static_cast<std::size_t>(channels)) {
+        throw OutputError("the movie written does not read back with its channels");
+      }
+    } catch (const PlugInError& error) {
+      return Fail("the movie written does not read back", error.Status(), error.Messages(), out);
+    }
+    out.Commit();
     std::cout << "Wrote " << read.sampleCount << " frames of " << channels << " channels at "
               << read.sampleRate << " Hz to " << output << '\n';
     return 0;
   } catch (const PlugInError& error) {
-    return Fail(error.what(), error.Status(), error.Messages());
+    std::cerr << "kivahost: " << error.what() << " (status " << error.Status() << ")\n";
+    for (const auto& message : error.Messages()) std::cerr << "  " << message << '\n';
+    return 1;
+  } catch (const OutputError& error) {
+    return ReportOutputFailure(output, error);
   }
 }
 

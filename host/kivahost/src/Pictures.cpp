@@ -1,9 +1,11 @@
 #include "Pictures.h"
 
 #include "OpenedFile.h"
+#include "OutputFile.h"
 
 #include <noxui/ui/Application.h>
 
+#include <QBuffer>
 #include <QFont>
 #include <QImage>
 #include <QPainter>
@@ -22,6 +24,16 @@ namespace {
 // The plug-in's pixels are B, G, R, A bytes: QImage's ARGB32 on a little-endian machine.
 QImage ToImage(const std::vector<std::uint8_t>& pixels, int width, int height) {
   return QImage(pixels.data(), width, height, width * 4, QImage::Format_ARGB32).copy();
+}
+
+// Encodes the picture as PNG into the output and puts it in place.
+void SavePng(const QImage& picture, OutputFile& output) {
+  QByteArray png;
+  QBuffer buffer(&png);
+  buffer.open(QIODevice::WriteOnly);
+  if (!picture.save(&buffer, "PNG")) throw OutputError("the picture could not be encoded as PNG");
+  output.Write(png.constData(), static_cast<std::size_t>(png.size()));
+  output.Commit();
 }
 
 int ReportFailure(const PlugInError& error) {
@@ -90,6 +102,7 @@ std::vector<std::vector<std::pair<float, float>>> Envelopes(const OpenedFile& fi
 int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width, int height,
              const std::string& output) {
   try {
+    OutputFile out(output, {path});
     OpenedFile file(plugIn, path);
     const VideoStreamFacts& video = file.Format().video.facts;
     if (width == 0 || height == 0) {
@@ -103,20 +116,20 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
       return 1;
     }
     noxui::ui::EnsureApplication();
-    if (!ToImage(pixels, width, height).save(QString::fromStdString(output), "PNG")) {
-      std::cerr << "kivahost: cannot write " << output << '\n';
-      return 1;
-    }
+    SavePng(ToImage(pixels, width, height), out);
     std::cout << "Wrote frame " << index << " at " << width << "x" << height << " to " << output
               << '\n';
     return 0;
   } catch (const PlugInError& error) {
     return ReportFailure(error);
+  } catch (const OutputError& error) {
+    return ReportOutputFailure(output, error);
   }
 }
 
 int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string& output) {
   try {
+    OutputFile out(output, {path});
     OpenedFile file(plugIn, path);
     noxui::ui::EnsureApplication();
     constexpr int kWidth = 1200;
@@ -175,14 +188,13 @@ int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string&
       }
     }
     painter.end();
-    if (!picture.save(QString::fromStdString(output), "PNG")) {
-      std::cerr << "kivahost: cannot write " << output << '\n';
-      return 1;
-    }
+    SavePng(picture, out);
     std::cout << "Wrote the preview of " << path << " to " << output << '\n';
     return 0;
   } catch (const PlugInError& error) {
     return ReportFailure(error);
+  } catch (const OutputError& error) {
+    return ReportOutputFailure(output, error);
   }
 }
 

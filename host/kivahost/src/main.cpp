@@ -3,6 +3,7 @@
 
 #include "Commands.h"
 #include "Export.h"
+#include "OutputFile.h"
 #include "Pictures.h"
 #include "PlugIn.h"
 #include "Settings.h"
@@ -87,6 +88,7 @@ int main(int argc, char** argv) {
       ->capture_default_str();
 
   CLI11_PARSE(cli, argc, argv);
+  kivahost::RemoveTemporariesOnInterruption();
 
   // The host's application object must exist before any plug-in runs.
   orb::app::App app;

@@ -3,8 +3,8 @@
 #include <noxcore/utility/Strings.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 #include <cerrno>
-#include <cstdio>
 
 namespace noxcore::filesupport {
 
@@ -27,7 +27,20 @@ bool File::Exists() const {
 void File::Delete() const {
   std::string native;
   if (!utility::UTF16to8(path, native) || native.empty()) return;
-  if (std::remove(native.c_str()) != 0 && errno != ENOENT) {
+  struct stat info {};
+  if (::lstat(native.c_str(), &info) != 0) {
+    if (errno == ENOENT) return;
+    config::ThrowError(0, kCannotDelete, 0, errno, true, config::ReplacementValue(path));
+  }
+  // Only a plain file is deleted. A file without write permission for its owner counts as
+  // locked, and one the user may not write is not theirs to delete, even where the directory
+  // would allow it.
+  const bool locked = (info.st_mode & S_IWUSR) == 0 || ::access(native.c_str(), W_OK) != 0;
+  if (!S_ISREG(info.st_mode) || locked) {
+    config::ThrowError(0, kCannotDelete, 0, S_ISREG(info.st_mode) ? EACCES : EISDIR, true,
+                       config::ReplacementValue(path));
+  }
+  if (::unlink(native.c_str()) != 0 && errno != ENOENT) {
     config::ThrowError(0, kCannotDelete, 0, errno, true, config::ReplacementValue(path));
   }
 }

@@ -12,7 +12,9 @@ class File {
   const std::u16string& GetPath() const { return path; }
   // True when something exists at the path (file, directory or other).
   bool Exists() const;
-  // Removes the file; throws HostError when it exists and cannot be removed.
+  // Removes the file when it is a plain file its user may write; throws HostError when
+  // something else is at the path (a directory, a link, a device), when the file is locked (no
+  // write permission for its owner) or not writable by the user, or when removing it fails.
   void Delete() const;
   // The extension of the last path element with its dot (".mov"), or empty when there is none.
   std::u16string GetExtension() const;
