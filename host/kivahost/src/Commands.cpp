@@ -276,7 +276,8 @@ int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
   std::string settings;
   if (!ChooseFormatByName(plugIn, "aac", settings)) return 1;
   const std::string compressed = outputDirectory + "/demo-export-aac.mov";
-  if (const int status = RunExport(plugIn, samplePath, compressed, settings, "16"); status != 0) {
+  if (const int status = RunExport(plugIn, samplePath, compressed, settings, "16", "aac");
+      status != 0) {
     return status;
   }
   std::cout << "\nRead back:\n";

@@ -1,5 +1,6 @@
 #include "Export.h"
 
+#include "EncoderCheck.h"
 #include "OpenedFile.h"
 #include "OutputFile.h"
 
@@ -54,7 +55,7 @@ void Convert(const float* in, std::int64_t frames, int code, std::uint8_t* out) 
 // The plug-in's answer, with the path it was given (the temporary) shown as the user's, and the
 // cause where the host can tell it.
 int Fail(const char* what, int status, const std::vector<std::string>& messages,
-         const OutputFile& out) {
+         const OutputFile& out, const std::string& cause = "") {
   std::cerr << "\nkivahost: " << what << " (status " << status << ")\n";
   for (std::string message : messages) {
     for (auto at = message.find(out.TemporaryPath()); at != std::string::npos;
@@ -63,14 +64,19 @@ int Fail(const char* what, int status, const std::vector<std::string>& messages,
     }
     std::cerr << "  " << message << '\n';
   }
-  if (out.DeviceIsFull()) std::cerr << "  Cause: no space left on the device\n";
+  if (!cause.empty()) {
+    std::cerr << "  Cause: " << cause << '\n';
+  } else if (out.DeviceIsFull()) {
+    std::cerr << "  Cause: no space left on the device\n";
+  }
   return 1;
 }
 
 }  // namespace
 
 int RunExport(const PlugIn& plugIn, const std::string& input, const std::string& output,
-              const std::string& settings, const std::string& sampleType) {
+              const std::string& settings, const std::string& sampleType,
+              const std::string& formatName) {
   const int code = CodeFor(sampleType);
   if (code == 0) {
     std::cerr << "kivahost: --sample-type takes 8, 16, 24 or 32f\n";
@@ -100,9 +106,13 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
               << "Format:    " << info.description << "\n"
               << "Estimate:  " << info.estimate << " bytes\n";
 
+    // Asked first: the plug-in's answer to a refused rate or channel count names neither.
+    const std::string encoder = ExpectedEncoder(formatName, ToUtf8(format.privateSettings));
+    const std::string refusal =
+        encoder.empty() ? "" : EncoderRefusal(encoder, read.sampleRate, channels);
     HostWriteStart start(out.TemporaryPath(), format);
     if (const int status = plugIn.Call(kiva::kSelWriteStart, nullptr, &start); status != 0) {
-      return Fail("cannot start the export", status, start.reporter.Messages(), out);
+      return Fail("cannot start the export", status, start.reporter.Messages(), out, refusal);
     }
     constexpr std::int64_t kBlock = 65536;
     std::vector<std::vector<float>> planes(static_cast<std::size_t>(channels),

@@ -111,7 +111,7 @@ int main(int argc, char** argv) {
       if (!formatName.empty() && !kivahost::ChooseFormatByName(plugIn, formatName, settings)) {
         return 1;
       }
-      return kivahost::RunExport(plugIn, file, output, settings, sampleType);
+      return kivahost::RunExport(plugIn, file, output, settings, sampleType, formatName);
     }
     if (settingsCommand->parsed()) return kivahost::RunSettings(plugIn, settings, script);
     return kivahost::RunDemo(plugIn, samplePath, outputDirectory);

@@ -1,0 +1,19 @@
+// Asks an export format's encoder, before the plug-in is asked, whether it takes the export's
+// sample rate and channel count: the plug-in answers any refusal with one general sentence, and
+// the user should learn which of the two was refused.
+#pragma once
+
+#include <string>
+
+namespace kivahost {
+
+// The encoder kivahost expects for an export: from the format's name in the settings dialog
+// ("aac", "mp3", ...), or else from the "codec=" line of the exporter's own settings inside a
+// settings string. Empty when neither names one (uncompressed PCM, or a bare format index).
+std::string ExpectedEncoder(const std::string& formatName, const std::string& settings);
+
+// Empty when the encoder takes `rate` Hz with `channels` channels, else why not, in plain
+// words ("the aac encoder does not take a sample rate of 8 Hz (it takes 7350 to 96000 Hz)").
+std::string EncoderRefusal(const std::string& encoder, int rate, int channels);
+
+}  // namespace kivahost
