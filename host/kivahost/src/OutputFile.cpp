@@ -246,8 +246,12 @@ void RemoveTemporariesOnInterruption() {
   struct sigaction action {};
   action.sa_handler = OnInterruption;
   sigemptyset(&action.sa_mask);
-  ::sigaction(SIGINT, &action, nullptr);
-  ::sigaction(SIGTERM, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM}) {
+    // A signal the process was started with ignored (a background job's SIGINT) stays ignored.
+    struct sigaction current {};
+    if (::sigaction(signal, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) continue;
+    ::sigaction(signal, &action, nullptr);
+  }
 }
 
 }  // namespace kivahost
