@@ -90,12 +90,6 @@ std::string SampleTypeName(int code) {
   }
 }
 
-int ReportFailure(const PlugInError& error) {
-  std::cerr << "kivahost: " << error.what() << " (status " << error.Status() << ")\n";
-  for (const auto& message : error.Messages()) std::cerr << "  " << message << '\n';
-  return 1;
-}
-
 void PrintProbe(const std::string& path, const OpenedFile& file) {
   const HostFormat& format = file.Format();
   std::cout << "File:        " << path << "\n"

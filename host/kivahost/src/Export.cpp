@@ -162,9 +162,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
               << read.sampleRate << " Hz to " << output << '\n';
     return 0;
   } catch (const PlugInError& error) {
-    std::cerr << "kivahost: " << error.what() << " (status " << error.Status() << ")\n";
-    for (const auto& message : error.Messages()) std::cerr << "  " << message << '\n';
-    return 1;
+    return ReportFailure(error);
   } catch (const OutputError& error) {
     return ReportOutputFailure(output, error);
   }

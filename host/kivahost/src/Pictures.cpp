@@ -36,12 +36,6 @@ void SavePng(const QImage& picture, OutputFile& output) {
   output.Commit();
 }
 
-int ReportFailure(const PlugInError& error) {
-  std::cerr << "kivahost: " << error.what() << " (status " << error.Status() << ")\n";
-  for (const auto& message : error.Messages()) std::cerr << "  " << message << '\n';
-  return 1;
-}
-
 QString Facts(const std::string& path, const OpenedFile& file) {
   const HostFormat& format = file.Format();
   QString text = QString::fromStdString(path.substr(path.find_last_of('/') + 1)) + "   " +
