@@ -1,5 +1,8 @@
 #include "OutputFile.h"
 
+#include <noxcore/filesupport/File.h>
+#include <noxcore/utility/Strings.h>
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -65,6 +68,7 @@ bool SameFile(const struct stat& a, const struct stat& b) {
 void RemoveLeftovers(const std::string& directory) {
   DIR* listing = ::opendir(directory.c_str());
   if (listing == nullptr) return;
+  // The name TemporaryName gives, with the process id to read.
   static const std::regex kLeftover(R"(\..*\.kivahost-([0-9]+)\.part)");
   while (const dirent* entry = ::readdir(listing)) {
     std::cmatch match;
@@ -148,7 +152,9 @@ OutputFile::OutputFile(std::string targetPath, const std::vector<std::string>& i
   }
   if (exists && S_ISDIR(targetInfo.st_mode)) throw OutputError("it is a directory");
   // A protected file is not replaced, even where its directory would allow it.
-  if (exists && ((targetInfo.st_mode & S_IWUSR) == 0 || ::access(target.c_str(), W_OK) != 0)) {
+  std::u16string widePath;
+  noxcore::utility::UTF8to16(target, widePath);
+  if (exists && noxcore::filesupport::File(widePath).IsProtected()) {
     throw OutputError("it is write-protected");
   }
   if (exists) {

@@ -24,6 +24,14 @@ bool File::Exists() const {
   return ::stat(native.c_str(), &info) == 0;
 }
 
+bool File::IsProtected() const {
+  std::string native;
+  if (!utility::UTF16to8(path, native) || native.empty()) return false;
+  struct stat info {};
+  if (::stat(native.c_str(), &info) != 0) return false;
+  return (info.st_mode & S_IWUSR) == 0 || ::access(native.c_str(), W_OK) != 0;
+}
+
 void File::Delete() const {
   std::string native;
   if (!utility::UTF16to8(path, native) || native.empty()) return;
@@ -32,11 +40,9 @@ void File::Delete() const {
     if (errno == ENOENT) return;
     config::ThrowError(0, kCannotDelete, 0, errno, true, config::ReplacementValue(path));
   }
-  // Only a plain file is deleted. A file without write permission for its owner counts as
-  // locked, and one the user may not write is not theirs to delete, even where the directory
-  // would allow it.
-  const bool locked = (info.st_mode & S_IWUSR) == 0 || ::access(native.c_str(), W_OK) != 0;
-  if (!S_ISREG(info.st_mode) || locked) {
+  // Only a plain file is deleted, and not a protected one, even where the directory would allow
+  // it: a locked file is not to be deleted, and one the user may not write is not theirs.
+  if (!S_ISREG(info.st_mode) || IsProtected()) {
     config::ThrowError(0, kCannotDelete, 0, S_ISREG(info.st_mode) ? EACCES : EISDIR, true,
                        config::ReplacementValue(path));
   }
