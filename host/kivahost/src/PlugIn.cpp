@@ -1,18 +1,19 @@
 #include "PlugIn.h"
 
 #include <kiva/KivaInterfaceTemplate.h>
+#include <kiva/KivaVersion.h>
 
 #include <dlfcn.h>
 #include <sys/stat.h>
 
 #include <stdexcept>
+#include <string>
 
 namespace kivahost {
 
 std::string LibraryPathForBundle(const std::string& bundlePath) {
-  if (bundlePath.size() > 3 && bundlePath.compare(bundlePath.size() - 3, 3, ".so") == 0) {
-    return bundlePath;
-  }
+  struct stat fileInfo {};
+  if (::stat(bundlePath.c_str(), &fileInfo) == 0 && S_ISREG(fileInfo.st_mode)) return bundlePath;
   return bundlePath + "/Contents/Linux/KivaQT.so";
 }
 
@@ -36,6 +37,16 @@ PlugIn::PlugIn(const std::string& bundlePath) : libraryPath(LibraryPathForBundle
   HostKivaInfo info;
   infoStatus = Call(kiva::kSelGetKivaInfo, nullptr, &info);
   description = info.Description();
+  if (!kiva::KivaInterfaceVersionIsCompatible(description.interfaceMajor,
+                                              description.interfaceMinor)) {
+    Call(kiva::kSelTerminate, nullptr, nullptr);
+    dlclose(library);
+    throw std::runtime_error(libraryPath + " speaks the host interface " +
+                             std::to_string(description.interfaceMajor) + "." +
+                             std::to_string(description.interfaceMinor) + "; this host speaks " +
+                             std::to_string(kiva::kKivaInterfaceVersionMajor) + "." +
+                             std::to_string(kiva::kKivaInterfaceVersionMinor));
+  }
 }
 
 PlugIn::~PlugIn() {

@@ -33,7 +33,7 @@ class PlugIn {
   int infoStatus = 0;
 };
 
-// The library inside a bundle directory; a path to a .so is taken as it is.
+// The library inside a bundle directory; a path to a file (the library itself) is taken as it is.
 std::string LibraryPathForBundle(const std::string& bundlePath);
 
 }  // namespace kivahost

@@ -8,6 +8,7 @@
 #include "PlugIn.h"
 #include "Settings.h"
 
+#include <kiva/KivaVersion.h>
 #include <orb/app/App.h>
 
 #include <CLI/CLI.hpp>
@@ -16,17 +17,57 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <regex>
+#include <string>
+
+namespace {
+
+// The first of `candidates` (relative to kivahost's own directory, separated by ':') that exists:
+// an installed kivahost finds the installed bundle and sample, a built one those of its build.
+std::string BesideThisProgram(const std::string& candidates) {
+  std::error_code error;
+  const auto directory = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+  std::string first;
+  std::size_t start = 0;
+  while (start <= candidates.size()) {
+    const std::size_t end = std::min(candidates.find(':', start), candidates.size());
+    const auto path = (directory / candidates.substr(start, end - start)).lexically_normal();
+    if (first.empty()) first = path.string();
+    if (std::filesystem::exists(path, error)) return path.string();
+    start = end + 1;
+  }
+  return first;
+}
+
+// The product version a bundle's Info.plist states, or "unknown".
+std::string BundleVersion(const std::string& bundlePath) {
+  std::ifstream plist(bundlePath + "/Contents/Info.plist");
+  const std::string text((std::istreambuf_iterator<char>(plist)), std::istreambuf_iterator<char>());
+  static const std::regex kVersion(
+      R"(<key>CFBundleShortVersionString</key>\s*<string>([^<]*)</string>)");
+  std::smatch match;
+  return std::regex_search(text, match, kVersion) ? match[1].str() : "unknown";
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   CLI::App cli{"kivahost: the reference host for the KivaQT plug-in"};
   cli.require_subcommand(1);
 
   const char* bundleFromEnvironment = std::getenv("KIVA_BUNDLE");
-  std::string bundlePath =
-      bundleFromEnvironment != nullptr ? bundleFromEnvironment : KIVAHOST_DEFAULT_BUNDLE;
+  std::string bundlePath = bundleFromEnvironment != nullptr ? bundleFromEnvironment
+                                                            : BesideThisProgram(KIVAHOST_BUNDLES);
+  cli.set_version_flag("--version", [&bundlePath] {
+    return "kivahost " KIVAHOST_VERSION "\nhost interface " +
+           std::to_string(kiva::kKivaInterfaceVersionMajor) + "." +
+           std::to_string(kiva::kKivaInterfaceVersionMinor) + "\nbundle " + bundlePath +
+           ": KivaQT " + BundleVersion(bundlePath);
+  });
   cli.add_option("--bundle", bundlePath, "plug-in bundle directory (or its .so)")
       ->capture_default_str();
 
@@ -80,7 +121,7 @@ int main(int argc, char** argv) {
   settingsCommand->add_option("--script", script,
                               "answer dialogs by script: \"Dialog: Control=Item, Button; ...\"");
 
-  std::string samplePath = KIVAHOST_DEMO_SAMPLE;
+  std::string samplePath = BesideThisProgram(KIVAHOST_SAMPLES);
   std::string outputDirectory = std::filesystem::path(samplePath).parent_path().string();
   CLI::App* demo = cli.add_subcommand("demo", "run the plug-in on the sample the build made");
   demo->add_option("--sample", samplePath, "the movie to use")->capture_default_str();

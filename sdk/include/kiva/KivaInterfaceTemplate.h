@@ -9,6 +9,7 @@
 #include <kiva/KivaFormatInterface.h>
 #include <kiva/KivaRequestRecords.h>
 #include <kiva/KivaStatus.h>
+#include <kiva/KivaVersion.h>
 
 #include <cstdint>
 
@@ -111,7 +112,7 @@ class KivaInterfaceTemplate {
       case kSelGetKivaInfo: {
         if (record == nullptr) return kKivaBadArgument;
         auto& info = *static_cast<KivaGetKivaInfoInterface*>(record);
-        info.SetInterfaceVersion(1, 0);
+        info.SetInterfaceVersion(kKivaInterfaceVersionMajor, kKivaInterfaceVersionMinor);
         return GetKivaInfo(info);
       }
       case kSelInitialize:
