@@ -268,6 +268,7 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
     if (opened->videoStream < 0 && avcodec_find_decoder(stream.codecpar->codec_id) != nullptr) {
       opened->videoStream = static_cast<int>(i);
       opened->videoTimeBase = stream.time_base;
+      opened->videoOrigin = stream.start_time != AV_NOPTS_VALUE ? stream.start_time : 0;
     }
     if (opened->box.right == 0 && stream.codecpar->width > 0) {
       const AVRational aspect = stream.codecpar->sample_aspect_ratio;
@@ -364,21 +365,24 @@ OSErr FFmpegMovie::GetNextInterestingTime(std::uint16_t flags, std::int64_t time
                                           std::int64_t& next, std::int64_t& duration) {
   next = -1;
   duration = 0;
-  FFmpegVideoRenderer* video = Renderer();
-  if (video == nullptr) return kNoErr;
-  const std::vector<std::int64_t>* times = nullptr;
-  const std::vector<std::int64_t>* durations = nullptr;
-  if (const OSErr error = video->FrameTimes(times, durations); error != kNoErr) return error;
+  if (videoStream < 0) return kNoErr;
+  if (!sampleTimes) sampleTimes = std::make_unique<VideoSampleTimes>(path, demuxer, videoStream);
   const AVRational movieBase{1, timeScale};
-  for (std::size_t i = 0; i < times->size(); ++i) {
-    const std::int64_t at = av_rescale_q((*times)[i], video->TimeBase(), movieBase);
+  for (std::size_t i = 0;; ++i) {
+    bool exists = false;
+    std::int64_t start = 0;
+    std::int64_t length = 0;
+    if (const OSErr error = sampleTimes->Sample(i, exists, start, length); error != kNoErr) {
+      return error;
+    }
+    if (!exists) return kNoErr;
+    const std::int64_t at = av_rescale_q(start - videoOrigin, videoTimeBase, movieBase);
     if (at > time || ((flags & kNextTimeEdgeOK) != 0 && at == time)) {
       next = at;
-      duration = av_rescale_q((*durations)[i], video->TimeBase(), movieBase);
+      duration = av_rescale_q(length, videoTimeBase, movieBase);
       return kNoErr;
     }
   }
-  return kNoErr;
 }
 
 }  // namespace kiva::qt::media::ffmpeg

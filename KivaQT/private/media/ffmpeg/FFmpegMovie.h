@@ -6,6 +6,7 @@
 #include "AudioStreamFacts.h"
 #include "FFmpegPtr.h"
 #include "FFmpegVideoRenderer.h"
+#include "VideoSampleTimes.h"
 
 #include "../Movie.h"
 
@@ -50,7 +51,9 @@ class FFmpegMovie final : public Movie {
   const AVInputFormat* demuxer = nullptr;
   int videoStream = -1;
   AVRational videoTimeBase{1, 1};
+  std::int64_t videoOrigin = 0;  // the first frame's time, from which movie times count
   std::unique_ptr<FFmpegVideoRenderer> renderer;
+  std::unique_ptr<VideoSampleTimes> sampleTimes;
   Offscreen* offscreen = nullptr;
   Rect drawBox;
   std::int64_t timeValue = 0;

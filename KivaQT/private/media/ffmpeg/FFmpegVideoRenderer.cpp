@@ -3,34 +3,22 @@
 #include "AudioStreamFacts.h"
 #include "FFmpegErrors.h"
 
-extern "C" {
-#include <libavutil/pixdesc.h>
-}
-
 #include <algorithm>
+#include <limits>
 
 namespace kiva::qt::media::ffmpeg {
 
 namespace {
 
 constexpr OSErr kParamErr = -50;
-// Frames ahead of the current one that are decoded on rather than sought to.
-constexpr std::size_t kDecodeOnLimit = 48;
+// A frame this many frames ahead of the decoder is decoded on to even past a keyframe: cheaper
+// than a seek, and what playing in order asks for.
+constexpr std::int64_t kDecodeOnFrames = 8;
+// Keyframes to go back, one at a time, before giving up on a time.
+constexpr int kMostStepsBack = 64;
 
-int ColorspaceOf(const AVFrame& frame) {
-  switch (frame.colorspace) {
-    case AVCOL_SPC_BT709:
-      return SWS_CS_ITU709;
-    case AVCOL_SPC_FCC:
-      return SWS_CS_FCC;
-    case AVCOL_SPC_SMPTE240M:
-      return SWS_CS_SMPTE240M;
-    case AVCOL_SPC_BT2020_NCL:
-    case AVCOL_SPC_BT2020_CL:
-      return SWS_CS_BT2020;
-    default:
-      return SWS_CS_DEFAULT;
-  }
+std::int64_t TimestampOf(const AVFrame& frame) {
+  return frame.best_effort_timestamp != AV_NOPTS_VALUE ? frame.best_effort_timestamp : frame.pts;
 }
 
 }  // namespace
@@ -43,12 +31,12 @@ FFmpegVideoRenderer::FFmpegVideoRenderer(std::string path, const AVInputFormat* 
       timeBase(timeBase),
       packet(av_packet_alloc()),
       decoded(av_frame_alloc()),
-      current(av_frame_alloc()),
-      lookahead(av_frame_alloc()) {}
+      shown(av_frame_alloc()) {}
 
 OSErr FFmpegVideoRenderer::Open() {
   // Opened whole or not at all: a later request must not find a demuxer without its decoder.
   if (decoder) return kNoErr;
+  if (!packet || !decoded || !shown) return kMemFullErr;
   AVFormatContext* raw = nullptr;
   if (const int result = avformat_open_input(&raw, path.c_str(), demuxer, nullptr); result < 0) {
     return ToOSErr(result);
@@ -61,7 +49,7 @@ OSErr FFmpegVideoRenderer::Open() {
   KeepOnlyStream(opened.get(), streamIndex);
   const AVStream* stream = opened->streams[streamIndex];
   const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
-  if (codec == nullptr || !packet || !decoded || !current || !lookahead) return kInvalidMovieErr;
+  if (codec == nullptr) return kInvalidMovieErr;
   CodecContextPtr context(avcodec_alloc_context3(codec));
   if (!context || avcodec_parameters_to_context(context.get(), stream->codecpar) < 0) {
     return kInvalidMovieErr;
@@ -70,211 +58,183 @@ OSErr FFmpegVideoRenderer::Open() {
   context->thread_count = 0;  // as many as the machine has
   context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
   if (avcodec_open2(context.get(), codec, nullptr) < 0) return kInvalidMovieErr;
+  const AVRational rate =
+      stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate : stream->r_frame_rate;
+  if (rate.num > 0 && rate.den > 0) frameDuration = av_rescale_q(1, av_inv_q(rate), timeBase);
+  keyframes.Find(*opened, streamIndex, *packet);
   format = std::move(opened);
   decoder = std::move(context);
   return kNoErr;
 }
 
-OSErr FFmpegVideoRenderer::ScanFrames() {
-  // A stream whose index promises frames that no packet delivers has nothing to show, on the
-  // first request and on every later one.
-  if (scanned) return times.empty() ? kInvalidMovieErr : kNoErr;
-  if (const OSErr error = Open(); error != kNoErr) return error;
-  std::vector<std::pair<std::int64_t, std::int64_t>> frames;  // timestamp, duration
-  while (av_read_frame(format.get(), packet.get()) >= 0) {
-    PacketReference unref(packet.get());
-    if (packet->stream_index != streamIndex) continue;
-    // Frames an edit list cuts away are decoded (others depend on them) but never shown.
-    if (packet->flags & AV_PKT_FLAG_DISCARD) continue;
-    const std::int64_t timestamp = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
-    if (timestamp == AV_NOPTS_VALUE) continue;
-    frames.emplace_back(timestamp, packet->duration);
-    if (packet->flags & AV_PKT_FLAG_KEY) keyframes.push_back(timestamp);
-  }
-  std::sort(frames.begin(), frames.end());
-  std::sort(keyframes.begin(), keyframes.end());
-  for (std::size_t i = 0; i < frames.size(); ++i) {
-    times.push_back(frames[i].first);
-    relative.push_back(frames[i].first - frames.front().first);
-    const std::int64_t next = i + 1 < frames.size() ? frames[i + 1].first - frames[i].first
-                                                    : std::max<std::int64_t>(frames[i].second, 1);
-    durations.push_back(next);
-  }
-  scanned = true;
-  positioned = false;
-  return times.empty() ? kInvalidMovieErr : Seek(times.front());
-}
-
-OSErr FFmpegVideoRenderer::FrameTimes(const std::vector<std::int64_t>*& frameTimes,
-                                      const std::vector<std::int64_t>*& frameDurations) {
-  if (const OSErr error = ScanFrames(); error != kNoErr) return error;
-  frameTimes = &relative;
-  frameDurations = &durations;
-  return kNoErr;
-}
-
-OSErr FFmpegVideoRenderer::Seek(std::int64_t timestamp) {
-  if (av_seek_frame(format.get(), streamIndex, timestamp, AVSEEK_FLAG_BACKWARD) < 0) {
-    // Some demuxers cannot seek backward to a time before their first keyframe: start over.
-    if (av_seek_frame(format.get(), streamIndex, times.empty() ? 0 : times.front(),
-                      AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY) < 0) {
-      return kInvalidMovieErr;
-    }
-  }
+OSErr FFmpegVideoRenderer::Seek(std::int64_t stamp) {
+  if (!keyframes.SeekAtOrBefore(*format, streamIndex, stamp)) return kInvalidMovieErr;
+  ++seeks;
   avcodec_flush_buffers(decoder.get());
-  positioned = false;
+  cache.BreakRun();
+  running = true;
   inputEnded = false;
-  currentTimestamp = AV_NOPTS_VALUE;
-  lookaheadTimestamp = AV_NOPTS_VALUE;
-  av_frame_unref(current.get());
-  av_frame_unref(lookahead.get());
+  waitingForKeyframe = true;
+  runStamp = AV_NOPTS_VALUE;
+  runStart = AV_NOPTS_VALUE;
+  lastOutput = AV_NOPTS_VALUE;
+  counting = false;
+  counted = 0;
   return kNoErr;
 }
 
-OSErr FFmpegVideoRenderer::ReceiveOne(bool& gotFrame, bool& ended) {
-  gotFrame = false;
+OSErr FFmpegVideoRenderer::Receive(bool& ended) {
   ended = false;
   while (true) {
     const int result = avcodec_receive_frame(decoder.get(), decoded.get());
     if (result == 0) {
       ++decodedFrames;
-      gotFrame = true;
       return kNoErr;
     }
-    if (result == AVERROR_EOF || (result != AVERROR(EAGAIN) && inputEnded)) {
+    if (result != AVERROR(EAGAIN) || inputEnded) {
       ended = true;
       return kNoErr;
     }
-    if (inputEnded) {
-      ended = true;
-      return kNoErr;
-    }
-    const int read = av_read_frame(format.get(), packet.get());
-    if (read < 0) {
+    if (av_read_frame(format.get(), packet.get()) < 0) {
       inputEnded = true;
       avcodec_send_packet(decoder.get(), nullptr);
       continue;
     }
     PacketReference unref(packet.get());
     if (packet->stream_index != streamIndex) continue;
+    if (waitingForKeyframe) {
+      // A run never starts from a packet that needs earlier ones.
+      if ((packet->flags & AV_PKT_FLAG_KEY) == 0) continue;
+      waitingForKeyframe = false;
+      runStamp = keyframes.Scanned() || packet->dts == AV_NOPTS_VALUE ? packet->pts : packet->dts;
+      if (runStamp == AV_NOPTS_VALUE) runStamp = packet->dts;
+      runStart = packet->pts;
+      counting = packet->pts == AV_NOPTS_VALUE && packet->dts != AV_NOPTS_VALUE;
+      countStep =
+          packet->duration > 0 ? packet->duration : std::max<std::int64_t>(frameDuration, 1);
+    }
     avcodec_send_packet(decoder.get(), packet.get());  // a damaged packet is skipped
   }
 }
 
-void FFmpegVideoRenderer::Show(AVFrame* frame, std::int64_t timestamp) {
-  av_frame_unref(current.get());
-  av_frame_move_ref(current.get(), frame);
-  currentTimestamp = timestamp;
+OSErr FFmpegVideoRenderer::DecodeForward(std::int64_t wanted, Outcome& outcome) {
+  bool found = false;
+  while (true) {
+    bool ended = false;
+    if (const OSErr error = Receive(ended); error != kNoErr) return error;
+    if (ended) {
+      running = false;
+      cache.EndRun();
+      outcome = found ? Outcome::kFound : Outcome::kNothing;
+      return kNoErr;
+    }
+    const std::int64_t timestamp =
+        counting ? runStamp + countStep * counted++ : TimestampOf(*decoded);
+    // Pictures before the run's keyframe were decoded without what they refer to.
+    if (timestamp == AV_NOPTS_VALUE || (runStart != AV_NOPTS_VALUE && timestamp < runStart) ||
+        (lastOutput != AV_NOPTS_VALUE && timestamp <= lastOutput)) {
+      av_frame_unref(decoded.get());
+      continue;
+    }
+    const bool first = lastOutput == AV_NOPTS_VALUE;
+    lastOutput = timestamp;
+    cache.Add(*decoded, timestamp);
+    if (timestamp <= wanted) {
+      av_frame_unref(shown.get());
+      av_frame_move_ref(shown.get(), decoded.get());
+      shownAt = timestamp;
+      found = true;
+      continue;
+    }
+    if (!found && first) {
+      av_frame_unref(shown.get());
+      av_frame_move_ref(shown.get(), decoded.get());
+      shownAt = timestamp;
+      outcome = Outcome::kAllLater;
+      return kNoErr;
+    }
+    av_frame_unref(decoded.get());
+    // A frame found in an earlier call of this run is still in `shown` only if this call found
+    // it; otherwise the one before this frame is in the cache.
+    outcome = found ? Outcome::kFound : Outcome::kNothing;
+    return kNoErr;
+  }
 }
 
-OSErr FFmpegVideoRenderer::DecodeUntil(std::int64_t wanted) {
-  if (lookaheadTimestamp != AV_NOPTS_VALUE) {
-    if (lookaheadTimestamp > wanted) return kNoErr;  // the frame shown stays
-    Show(lookahead.get(), lookaheadTimestamp);
-    lookaheadTimestamp = AV_NOPTS_VALUE;
-    if (currentTimestamp == wanted) return kNoErr;
-  }
-  for (int attempt = 0; attempt < 4; ++attempt) {
-    while (true) {
-      bool gotFrame = false;
-      bool ended = false;
-      if (const OSErr error = ReceiveOne(gotFrame, ended); error != kNoErr) return error;
-      if (ended) {
-        positioned = false;
-        // The stream ended before the wanted frame: the last one stays shown.
-        return currentTimestamp != AV_NOPTS_VALUE ? kNoErr : kInvalidMovieErr;
-      }
-      const std::int64_t timestamp = decoded->best_effort_timestamp;
-      if (timestamp != AV_NOPTS_VALUE && timestamp > wanted) {
-        if (currentTimestamp == AV_NOPTS_VALUE) {
-          // The seek landed after the wanted frame (leading pictures of an open GOP): go back
-          // further, a second more each time.
-          av_frame_unref(decoded.get());
-          const std::int64_t back = av_rescale_q(attempt + 1, AVRational{1, 1}, timeBase);
-          if (const OSErr error = Seek(wanted - back); error != kNoErr) return error;
-          break;
-        }
-        // Keep it: it is the next frame a sequential reader will want.
-        av_frame_unref(lookahead.get());
-        av_frame_move_ref(lookahead.get(), decoded.get());
-        lookaheadTimestamp = timestamp;
-        positioned = true;
-        return kNoErr;
-      }
-      Show(decoded.get(), timestamp);
-      positioned = true;
-      if (timestamp == wanted) return kNoErr;
+bool FFmpegVideoRenderer::DecodeOnReaches(std::int64_t wanted) const {
+  if (!running || lastOutput == AV_NOPTS_VALUE || wanted < lastOutput) return false;
+  if (frameDuration > 0 && wanted - lastOutput <= kDecodeOnFrames * frameDuration) return true;
+  // Beyond that only while no keyframe lies between: a seek could not start any later.
+  const auto& stamps = keyframes.Timestamps();
+  const auto next = std::upper_bound(stamps.begin(), stamps.end(), lastOutput);
+  return next == stamps.end() || *next > wanted;
+}
+
+OSErr FFmpegVideoRenderer::Locate(std::int64_t wanted) {
+  if (DecodeOnReaches(wanted)) {
+    Outcome outcome = Outcome::kNothing;
+    if (const OSErr error = DecodeForward(wanted, outcome); error != kNoErr) return error;
+    if (outcome == Outcome::kFound) return kNoErr;
+    // The frame on screen is the one the run had already put out before `wanted`.
+    if (const AVFrame* kept = cache.Find(wanted, shownAt); kept != nullptr) {
+      av_frame_unref(shown.get());
+      return av_frame_ref(shown.get(), kept) < 0 ? kMemFullErr : kNoErr;
     }
   }
-  return kInvalidMovieErr;
+  std::int64_t stamp = wanted;
+  std::int64_t previousStamp = std::numeric_limits<std::int64_t>::max();
+  bool haveLater = false;  // `shown` holds the earliest frame found, which starts after `wanted`
+  for (int step = 0; step <= kMostStepsBack; ++step) {
+    if (const OSErr error = Seek(stamp); error != kNoErr) {
+      if (step == 0) return error;
+      break;  // nothing further back to seek to
+    }
+    Outcome outcome = Outcome::kNothing;
+    if (const OSErr error = DecodeForward(wanted, outcome); error != kNoErr) return error;
+    if (outcome == Outcome::kFound) return kNoErr;
+    if (outcome == Outcome::kAllLater) haveLater = true;
+    // This keyframe starts after `wanted`, or nothing came from it: one further back, unless
+    // the seek found no earlier one than before.
+    if (runStamp == AV_NOPTS_VALUE || runStamp >= previousStamp) break;
+    previousStamp = runStamp;
+    stamp = runStamp - 1;
+  }
+  // Before the first frame that decodes: that frame is the one on screen.
+  return haveLater ? kNoErr : kInvalidMovieErr;
 }
 
-OSErr FFmpegVideoRenderer::Scale(const AVFrame& frame, bool highQuality, Offscreen& target) {
-  const int flags =
-      highQuality ? SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT : SWS_BILINEAR;
-  scaler.reset(sws_getCachedContext(
-      scaler.release(), frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
-      target.width, target.height, AV_PIX_FMT_ARGB, flags, nullptr, nullptr, nullptr));
-  if (!scaler) return kInvalidMovieErr;
-  // Setting the colour details rebuilds the scaler's conversion tables: only when the scaler
-  // or the details change. (A context made anew may sit where the old one was, so the scaler
-  // is known by what it was made for, not by its address.)
-  const ScalerSetting setting{
-      frame.width,   frame.height, frame.format,        target.width,
-      target.height, flags,        ColorspaceOf(frame), frame.color_range == AVCOL_RANGE_JPEG};
-  if (setting != scalerSetting) {
-    int* inverse = nullptr;
-    int* table = nullptr;
-    int sourceRange = 0;
-    int destinationRange = 0;
-    int brightness = 0;
-    int contrast = 0;
-    int saturation = 0;
-    sws_getColorspaceDetails(scaler.get(), &inverse, &sourceRange, &table, &destinationRange,
-                             &brightness, &contrast, &saturation);
-    sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(setting.colorspace),
-                             setting.fullRange, table, 1, brightness, contrast, saturation);
-    scalerSetting = setting;
-  }
-  std::uint8_t* planes[4] = {target.pixels.data(), nullptr, nullptr, nullptr};
-  int strides[4] = {target.rowBytes, 0, 0, 0};
-  if (sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) !=
-      target.height) {
-    return kInvalidMovieErr;
-  }
+OSErr FFmpegVideoRenderer::FindOrigin() {
+  if (origin != AV_NOPTS_VALUE) return kNoErr;
+  const auto& stamps = keyframes.Timestamps();
+  if (const OSErr error = Seek(stamps.empty() ? 0 : stamps.front()); error != kNoErr) return error;
+  Outcome outcome = Outcome::kNothing;
+  const std::int64_t beforeAll = std::numeric_limits<std::int64_t>::min();
+  if (const OSErr error = DecodeForward(beforeAll, outcome); error != kNoErr) return error;
+  if (outcome != Outcome::kAllLater) return kInvalidMovieErr;  // no frame decodes at all
+  origin = shownAt;
   return kNoErr;
 }
 
 OSErr FFmpegVideoRenderer::Render(std::int64_t time, bool highQuality, Offscreen& target) {
   if (target.width <= 0 || target.height <= 0) return kParamErr;
-  if (const OSErr error = ScanFrames(); error != kNoErr) return error;
-  // The frame on screen at `time`: the last one starting at or before it.
-  const auto after = std::upper_bound(relative.begin(), relative.end(), time);
-  const std::size_t frame =
-      after == relative.begin() ? 0 : static_cast<std::size_t>(after - relative.begin()) - 1;
-  const std::int64_t wanted = times[frame];
-
-  if (wanted == drawnTimestamp && drawnTarget == &target && drawnWidth == target.width &&
+  if (const OSErr error = Open(); error != kNoErr) return error;
+  if (const OSErr error = FindOrigin(); error != kNoErr) return error;
+  const std::int64_t wanted = origin + time;
+  std::int64_t timestamp = AV_NOPTS_VALUE;
+  const AVFrame* frame = cache.Find(wanted, timestamp);
+  if (frame == nullptr) {
+    if (const OSErr error = Locate(wanted); error != kNoErr) return error;
+    frame = shown.get();
+    timestamp = shownAt;
+  }
+  if (timestamp == drawnTimestamp && drawnTarget == &target && drawnWidth == target.width &&
       drawnHeight == target.height && drawnHighQuality == highQuality) {
     return kNoErr;  // already drawn there
   }
-  if (wanted != currentTimestamp) {
-    // Decode on when the wanted frame is a little ahead with no keyframe in between;
-    // otherwise start from the keyframe before it.
-    const std::size_t currentFrame = static_cast<std::size_t>(
-        std::lower_bound(times.begin(), times.end(), currentTimestamp) - times.begin());
-    const auto nextKeyframe =
-        std::upper_bound(keyframes.begin(), keyframes.end(), currentTimestamp);
-    const bool decodeOn = positioned && currentTimestamp != AV_NOPTS_VALUE &&
-                          wanted > currentTimestamp && frame - currentFrame <= kDecodeOnLimit &&
-                          (nextKeyframe == keyframes.end() || *nextKeyframe > wanted);
-    if (!decodeOn) {
-      if (const OSErr error = Seek(wanted); error != kNoErr) return error;
-    }
-    if (const OSErr error = DecodeUntil(wanted); error != kNoErr) return error;
+  if (const OSErr error = scaler.Scale(*frame, highQuality, target); error != kNoErr) {
+    return error;
   }
-  if (const OSErr error = Scale(*current, highQuality, target); error != kNoErr) return error;
-  drawnTimestamp = wanted;
+  drawnTimestamp = timestamp;
   drawnTarget = &target;
   drawnWidth = target.width;
   drawnHeight = target.height;

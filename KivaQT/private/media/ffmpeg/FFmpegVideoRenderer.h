@@ -1,31 +1,29 @@
 // Draws the picture a player shows at a given time of one video stream, at any size, as ARGB.
 //
-// Frame times come from one scan of the stream's packets (presentation times in order). A
-// request for time t shows the last frame that starts at or before t. Asking for the frame
-// after the last one decodes on; anything else seeks to the keyframe before it and decodes
-// forward. The last decoded frame, and its last scaled picture, are kept: a frame asked for
-// twice is decoded and scaled once.
+// The frame on screen at time t is the last one starting at or before t. It is found by
+// decoding forward from the last keyframe at or before t (VideoKeyframes) and is known only
+// once the frame after it has come out, or the stream has ended; where a keyframe turns out to
+// start after t, or decoding from it gives nothing, decoding starts again one keyframe further
+// back. Frames that come out before the keyframe's own time (leading pictures of an open GOP,
+// decoded without the pictures they refer to) are never shown.
+//
+// Kept between requests for a timeline's sake: the decoder's position (a frame a little ahead
+// is decoded on to, without a seek), recently decoded frames (DecodedFrameCache) and a scaler
+// per recent size (PictureScaler).
 #pragma once
 
+#include "DecodedFrameCache.h"
 #include "FFmpegPtr.h"
+#include "PictureScaler.h"
+#include "VideoKeyframes.h"
 
 #include "../MediaStatus.h"
 #include "../Offscreen.h"
 
-extern "C" {
-#include <libswscale/swscale.h>
-}
-
 #include <cstdint>
-#include <memory>
 #include <string>
-#include <vector>
 
 namespace kiva::qt::media::ffmpeg {
-
-struct SwsContextDeleter {
-  void operator()(SwsContext* context) const { sws_freeContext(context); }
-};
 
 class FFmpegVideoRenderer {
  public:
@@ -33,61 +31,68 @@ class FFmpegVideoRenderer {
   FFmpegVideoRenderer(std::string path, const AVInputFormat* demuxer, int streamIndex,
                       AVRational timeBase);
 
-  // Presentation times of the frames, from the first frame's time, in the stream's time base,
-  // and each frame's duration.
-  OSErr FrameTimes(const std::vector<std::int64_t>*& times,
-                   const std::vector<std::int64_t>*& durations);
   AVRational TimeBase() const { return timeBase; }
 
   // Draws the frame shown at `time` (stream time base, from the first frame) into `target`,
   // scaled to its size.
   OSErr Render(std::int64_t time, bool highQuality, Offscreen& target);
 
-  // Frames decoded so far (for tests of the decoding strategy).
+  // What the work cost so far (for tests and measurements of the strategy).
   std::int64_t DecodedFrames() const { return decodedFrames; }
+  std::int64_t Seeks() const { return seeks; }
+  const DecodedFrameCache& Cache() const { return cache; }
+  const PictureScaler& Scaler() const { return scaler; }
 
  private:
+  enum class Outcome { kFound, kAllLater, kNothing };
+
   OSErr Open();
-  OSErr ScanFrames();
-  OSErr Seek(std::int64_t timestamp);
-  // Decodes frames until the one whose timestamp is `wanted` (or the last one before it).
-  OSErr DecodeUntil(std::int64_t wanted);
-  OSErr ReceiveOne(bool& gotFrame, bool& ended);
-  void Show(AVFrame* frame, std::int64_t timestamp);
-  OSErr Scale(const AVFrame& frame, bool highQuality, Offscreen& target);
+  OSErr FindOrigin();
+  OSErr Locate(std::int64_t wanted);
+  OSErr Seek(std::int64_t stamp);
+  // Decodes on until the frame on screen at `wanted` is known (kFound, in `shown`), the first
+  // frame of the run starts after it (kAllLater, that frame in `shown`), or the run ends
+  // without a frame (kNothing).
+  OSErr DecodeForward(std::int64_t wanted, Outcome& outcome);
+  // The next frame of the run into `decoded`; `ended` at the end of the stream.
+  OSErr Receive(bool& ended);
+  bool DecodeOnReaches(std::int64_t wanted) const;
 
   std::string path;
   const AVInputFormat* demuxer;
   int streamIndex;
-  AVRational timeBase{1, 1};
+  AVRational timeBase;
+  // The first frame's time, from which requested times count: that of the first frame the
+  // decoder puts out.
+  std::int64_t origin = AV_NOPTS_VALUE;
+  std::int64_t frameDuration = 0;  // the average, in the time base; 0 when unknown
+
   FormatContextPtr format;
   CodecContextPtr decoder;
   PacketPtr packet;
-  FramePtr decoded;    // scratch for the decoder
-  FramePtr current;    // the frame shown at the time last asked for
-  FramePtr lookahead;  // the frame after it, when decoding already reached it
-  std::unique_ptr<SwsContext, SwsContextDeleter> scaler;
-  // What the scaler's colour details were last set for.
-  struct ScalerSetting {
-    int sourceWidth = 0, sourceHeight = 0, sourceFormat = -1;
-    int width = 0, height = 0, flags = 0;
-    int colorspace = 0;
-    bool fullRange = false;
-    bool operator==(const ScalerSetting&) const = default;
-  };
-  ScalerSetting scalerSetting;
+  FramePtr decoded;                       // scratch for the decoder
+  FramePtr shown;                         // the frame for the request being answered
+  std::int64_t shownAt = AV_NOPTS_VALUE;  // and its time
+  VideoKeyframes keyframes;
+  DecodedFrameCache cache;
+  PictureScaler scaler;
 
-  bool scanned = false;
-  std::vector<std::int64_t> times;     // absolute presentation timestamps, ascending
-  std::vector<std::int64_t> relative;  // the same from the first one
-  std::vector<std::int64_t> durations;
-  std::vector<std::int64_t> keyframes;  // presentation timestamps of keyframes, ascending
-
-  bool positioned = false;  // the decoder continues from `current`
+  // The decoding run: from a keyframe (its stamp, and its presentation time before which
+  // nothing is shown), on to the last frame put out.
+  bool running = false;
   bool inputEnded = false;
-  std::int64_t currentTimestamp = AV_NOPTS_VALUE;
-  std::int64_t lookaheadTimestamp = AV_NOPTS_VALUE;
+  bool waitingForKeyframe = false;
+  std::int64_t runStamp = AV_NOPTS_VALUE;
+  std::int64_t runStart = AV_NOPTS_VALUE;
+  std::int64_t lastOutput = AV_NOPTS_VALUE;
+  // Where packets carry no presentation times (AVI) a run counts its frames from the
+  // keyframe's decoding time: frames come out in presentation order, one duration apart.
+  bool counting = false;
+  std::int64_t countStep = 0;
+  std::int64_t counted = 0;
+
   std::int64_t decodedFrames = 0;
+  std::int64_t seeks = 0;
 
   // The picture last drawn, to answer a repeated request without scaling again.
   std::int64_t drawnTimestamp = AV_NOPTS_VALUE;
