@@ -8,6 +8,7 @@
 namespace kiva::qt::media {
 
 struct Offscreen {
+  virtual ~Offscreen() = default;  // a media layer may keep the pixels of the pictures it made
   std::int32_t width = 0;
   std::int32_t height = 0;
   std::int32_t rowBytes = 0;

@@ -94,7 +94,12 @@ int main(int argc, char** argv) {
   std::string size = "0x0";
   CLI::App* frame = cli.add_subcommand("frame", "write one video frame as PNG");
   frame->add_option("FILE", file, "media file")->required();
-  frame->add_option("--index", frameIndex, "frame number, from 0")->check(CLI::NonNegativeNumber);
+  frame
+      ->add_option("--index", frameIndex,
+                   "frame number, from 0: the frame on screen at INDEX times the mean frame "
+                   "duration (where frames come at irregular times, a slot of that duration, "
+                   "not the INDEX-th frame stored)")
+      ->check(CLI::NonNegativeNumber);
   frame->add_option("--size", size, "WIDTHxHEIGHT (default: the movie's own)");
   frame->add_option("-o,--output", output, "the PNG file to write")->required();
 

@@ -333,19 +333,12 @@ OSErr FFmpegMovie::NewOffscreen(const Rect& newBox, std::unique_ptr<Offscreen>& 
   const std::int64_t height = static_cast<std::int64_t>(newBox.bottom) - newBox.top;
   // 16384 is as large as the scaler goes.
   if (width <= 0 || height <= 0 || width > 16384 || height > 16384) return -50;
-  auto offscreenMade = std::make_unique<Offscreen>();
-  offscreenMade->width = static_cast<std::int32_t>(width);
-  offscreenMade->height = static_cast<std::int32_t>(height);
-  // Rows aligned for the scaler's vector code.
-  offscreenMade->rowBytes = static_cast<std::int32_t>((width * 4 + 31) / 32 * 32);
-  try {
-    offscreenMade->pixels.assign(
-        static_cast<std::size_t>(offscreenMade->rowBytes) * static_cast<std::size_t>(height), 0);
-  } catch (const std::bad_alloc&) {
-    return kMemFullErr;
-  }
-  made = std::move(offscreenMade);
-  return kNoErr;
+  return pictures->Make(static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), made);
+}
+
+void FFmpegMovie::SetOffscreen(Offscreen* target) {
+  offscreen = target;
+  if (renderer) renderer->TargetChanged();
 }
 
 void FFmpegMovie::SetPlayHints(std::uint32_t hints, std::uint32_t mask) {

@@ -6,6 +6,7 @@
 #include "AudioStreamFacts.h"
 #include "FFmpegPtr.h"
 #include "FFmpegVideoRenderer.h"
+#include "OffscreenPool.h"
 #include "VideoSampleTimes.h"
 
 #include "../Movie.h"
@@ -28,13 +29,17 @@ class FFmpegMovie final : public Movie {
   OSErr BeginAudioExtraction(std::unique_ptr<AudioExtraction>& session) override;
 
   OSErr NewOffscreen(const Rect& box, std::unique_ptr<Offscreen>& offscreen) override;
-  void SetOffscreen(Offscreen* target) override { offscreen = target; }
+  void SetOffscreen(Offscreen* target) override;
   void SetBox(const Rect& newBox) override { drawBox = newBox; }
   void SetTimeValue(std::int64_t time) override { timeValue = time; }
   void SetPlayHints(std::uint32_t hints, std::uint32_t mask) override;
   OSErr Task() override;
   OSErr GetNextInterestingTime(std::uint16_t flags, std::int64_t time, std::int64_t& next,
                                std::int64_t& duration) override;
+
+  // What drawing has cost so far (for tests and measurements): null before the first frame.
+  const FFmpegVideoRenderer* VideoRenderer() const { return renderer.get(); }
+  const OffscreenPool& Pictures() const { return *pictures; }
 
  private:
   FFmpegMovie() = default;
@@ -55,6 +60,7 @@ class FFmpegMovie final : public Movie {
   std::unique_ptr<FFmpegVideoRenderer> renderer;
   std::unique_ptr<VideoSampleTimes> sampleTimes;
   Offscreen* offscreen = nullptr;
+  std::shared_ptr<OffscreenPool> pictures = std::make_shared<OffscreenPool>();
   Rect drawBox;
   std::int64_t timeValue = 0;
   bool highQuality = false;

@@ -61,6 +61,9 @@ OSErr FFmpegVideoRenderer::Open() {
   const AVRational rate =
       stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate : stream->r_frame_rate;
   if (rate.num > 0 && rate.den > 0) frameDuration = av_rescale_q(1, av_inv_q(rate), timeBase);
+  // The container's own account of the first frame's time where it has one; otherwise the
+  // first frame is decoded to learn it.
+  origin = stream->start_time;
   keyframes.Find(*opened, streamIndex, *packet);
   format = std::move(opened);
   decoder = std::move(context);
@@ -227,15 +230,14 @@ OSErr FFmpegVideoRenderer::Render(std::int64_t time, bool highQuality, Offscreen
     frame = shown.get();
     timestamp = shownAt;
   }
-  if (timestamp == drawnTimestamp && drawnTarget == &target && drawnWidth == target.width &&
-      drawnHeight == target.height && drawnHighQuality == highQuality) {
+  if (timestamp == drawnTimestamp && drawnWidth == target.width && drawnHeight == target.height &&
+      drawnHighQuality == highQuality) {
     return kNoErr;  // already drawn there
   }
   if (const OSErr error = scaler.Scale(*frame, highQuality, target); error != kNoErr) {
     return error;
   }
   drawnTimestamp = timestamp;
-  drawnTarget = &target;
   drawnWidth = target.width;
   drawnHeight = target.height;
   drawnHighQuality = highQuality;

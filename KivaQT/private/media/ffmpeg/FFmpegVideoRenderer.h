@@ -37,6 +37,9 @@ class FFmpegVideoRenderer {
   // scaled to its size.
   OSErr Render(std::int64_t time, bool highQuality, Offscreen& target);
 
+  // The picture drawn into is another one from now on: nothing is drawn there yet.
+  void TargetChanged() { drawnTimestamp = AV_NOPTS_VALUE; }
+
   // What the work cost so far (for tests and measurements of the strategy).
   std::int64_t DecodedFrames() const { return decodedFrames; }
   std::int64_t Seeks() const { return seeks; }
@@ -62,8 +65,7 @@ class FFmpegVideoRenderer {
   const AVInputFormat* demuxer;
   int streamIndex;
   AVRational timeBase;
-  // The first frame's time, from which requested times count: that of the first frame the
-  // decoder puts out.
+  // The first frame's time, from which requested times count.
   std::int64_t origin = AV_NOPTS_VALUE;
   std::int64_t frameDuration = 0;  // the average, in the time base; 0 when unknown
 
@@ -99,7 +101,6 @@ class FFmpegVideoRenderer {
   std::int32_t drawnWidth = 0;
   std::int32_t drawnHeight = 0;
   bool drawnHighQuality = false;
-  const Offscreen* drawnTarget = nullptr;
 };
 
 }  // namespace kiva::qt::media::ffmpeg
