@@ -1,6 +1,10 @@
 // Video frames through the plug-in, measured against the ffmpeg command in the same run:
 //   sequential FILE   every frame in order at 640x360: frames per second
 //   random FILE       single frames at random times: median and 99th percentile latency
+//   first FILE        one frame in a new process: `kivahost frame` against `ffmpeg -ss`
+//   scrub FILE        a timeline in one process: 200 thumbnails at 160x90 at evenly spaced
+//                     indices, interleaved with 50 random 1280x720 frames; beside ffmpeg's own
+//                     thumbnail pass (select + scale) over the same file
 // The plug-in is loaded from its bundle the way a host loads it.
 
 #include "OpenedFile.h"
@@ -84,11 +88,77 @@ void Random(const kivahost::PlugIn& plugIn, const std::string& path) {
       Percentile(theirs, 0.99), Percentile(ours, 0.5) / Percentile(theirs, 0.5));
 }
 
+void First(const kivahost::PlugIn& plugIn, const std::string& path) {
+  int frames = 0;
+  double rate = 0;
+  {
+    kivahost::OpenedFile file(plugIn, path);
+    frames = file.Format().video.facts.frameCount;
+    rate = file.Format().video.facts.frameRate;
+  }
+  std::mt19937 random(17);
+  std::uniform_int_distribution<int> frame(0, frames - 1);
+  std::vector<double> ours;
+  std::vector<double> theirs;
+  const std::string scale = "scale=640:360:flags=bicubic+accurate_rnd+full_chroma_int";
+  for (int i = 0; i < 15; ++i) {
+    const int index = frame(random);
+    ours.push_back(1000 * Command(std::string(KIVAHOST) + " frame '" + path + "' --index " +
+                                  std::to_string(index) +
+                                  " --size 640x360 -o /tmp/video-bench-ours.png >/dev/null"));
+    theirs.push_back(1000 * Command("ffmpeg -nostdin -v error -y -ss " +
+                                    std::to_string(index / rate) + " -i '" + path +
+                                    "' -frames:v 1 -vf " + scale + " /tmp/video-bench-theirs.png"));
+  }
+  std::printf(
+      "first frame in a new process (15 random indices of %d, PNG at 640x360): kivahost frame "
+      "median %.0f ms, ffmpeg -ss (accurate) median %.0f ms, ratio %.2f\n",
+      frames, Percentile(ours, 0.5), Percentile(theirs, 0.5),
+      Percentile(ours, 0.5) / Percentile(theirs, 0.5));
+}
+
+void Scrub(const kivahost::PlugIn& plugIn, const std::string& path) {
+  kivahost::OpenedFile file(plugIn, path);
+  const int frames = file.Format().video.facts.frameCount;
+  std::mt19937 random(23);
+  std::uniform_int_distribution<int> frame(0, frames - 1);
+  std::vector<std::uint8_t> pixels;
+  std::vector<double> thumbnails;
+  std::vector<double> viewer;
+  const auto start = Clock::now();
+  for (int i = 0; i < 200; ++i) {
+    auto at = Clock::now();
+    file.ReadFrame(static_cast<int>(static_cast<std::int64_t>(i) * (frames - 1) / 199), 160, 90,
+                   pixels);
+    thumbnails.push_back(1000 * Seconds(at));
+    if (i % 4 == 3) {
+      at = Clock::now();
+      file.ReadFrame(frame(random), 1280, 720, pixels);
+      viewer.push_back(1000 * Seconds(at));
+    }
+  }
+  const double total = Seconds(start);
+  std::vector<double> all = thumbnails;
+  all.insert(all.end(), viewer.begin(), viewer.end());
+  const int step = frames / 200;
+  const double pass =
+      Command("ffmpeg -nostdin -v error -i '" + path + "' -vf \"select=not(mod(n\\," +
+              std::to_string(step) + ")),scale=160:90\" -fps_mode passthrough " +
+              "-pix_fmt bgra -f null -");
+  std::printf(
+      "scrub of %d frames: 200 thumbnails 160x90 median %.1f ms p99 %.1f ms; 50 random 1280x720 "
+      "median %.1f ms p99 %.1f ms; all 250 median %.1f ms p99 %.1f ms, %.1f s in all; ffmpeg "
+      "select+scale pass for 200 thumbnails %.1f s (%.1f ms per thumbnail)\n",
+      frames, Percentile(thumbnails, 0.5), Percentile(thumbnails, 0.99), Percentile(viewer, 0.5),
+      Percentile(viewer, 0.99), Percentile(all, 0.5), Percentile(all, 0.99), total, pass,
+      1000 * pass / 200);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc != 3) {
-    std::cerr << "usage: video_bench sequential|random FILE\n";
+    std::cerr << "usage: video_bench sequential|random|first|scrub FILE\n";
     return 2;
   }
   orb::app::App app;
@@ -96,5 +166,7 @@ int main(int argc, char** argv) {
   const std::string mode = argv[1];
   if (mode == "sequential") Sequential(plugIn, argv[2]);
   if (mode == "random") Random(plugIn, argv[2]);
+  if (mode == "first") First(plugIn, argv[2]);
+  if (mode == "scrub") Scrub(plugIn, argv[2]);
   return 0;
 }

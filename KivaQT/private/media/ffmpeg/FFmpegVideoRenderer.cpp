@@ -14,8 +14,10 @@ constexpr OSErr kParamErr = -50;
 // A frame this many frames ahead of the decoder is decoded on to even past a keyframe: cheaper
 // than a seek, and what playing in order asks for.
 constexpr std::int64_t kDecodeOnFrames = 8;
-// Keyframes to go back, one at a time, before giving up on a time.
+// Keyframes to go back, one at a time, before giving up on a time; and how many of those may
+// give nothing at all (each such run decodes to the end of the stream).
 constexpr int kMostStepsBack = 64;
+constexpr int kMostFruitlessRuns = 3;
 
 std::int64_t TimestampOf(const AVFrame& frame) {
   return frame.best_effort_timestamp != AV_NOPTS_VALUE ? frame.best_effort_timestamp : frame.pts;
@@ -187,7 +189,8 @@ OSErr FFmpegVideoRenderer::Locate(std::int64_t wanted) {
   std::int64_t stamp = wanted;
   std::int64_t previousStamp = std::numeric_limits<std::int64_t>::max();
   bool haveLater = false;  // `shown` holds the earliest frame found, which starts after `wanted`
-  for (int step = 0; step <= kMostStepsBack; ++step) {
+  int fruitless = 0;
+  for (int step = 0; step <= kMostStepsBack && fruitless < kMostFruitlessRuns; ++step) {
     if (const OSErr error = Seek(stamp); error != kNoErr) {
       if (step == 0) return error;
       break;  // nothing further back to seek to
@@ -196,6 +199,7 @@ OSErr FFmpegVideoRenderer::Locate(std::int64_t wanted) {
     if (const OSErr error = DecodeForward(wanted, outcome); error != kNoErr) return error;
     if (outcome == Outcome::kFound) return kNoErr;
     if (outcome == Outcome::kAllLater) haveLater = true;
+    if (outcome == Outcome::kNothing) ++fruitless;
     // This keyframe starts after `wanted`, or nothing came from it: one further back, unless
     // the seek found no earlier one than before.
     if (runStamp == AV_NOPTS_VALUE || runStamp >= previousStamp) break;
