@@ -287,6 +287,7 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
     opened->tracks.push_back(std::make_unique<OtherTrack>(
         type == AVMEDIA_TYPE_SUBTITLE ? FourCharCode("text") : FourCharCode("meta")));
   }
+  if (opened->videoStream >= 0) opened->studied = std::move(format);
   movie = std::move(opened);
   return kNoErr;
 }
@@ -323,7 +324,8 @@ namespace kiva::qt::media::ffmpeg {
 
 FFmpegVideoRenderer* FFmpegMovie::Renderer() {
   if (!renderer && videoStream >= 0) {
-    renderer = std::make_unique<FFmpegVideoRenderer>(path, demuxer, videoStream, videoTimeBase);
+    renderer = std::make_unique<FFmpegVideoRenderer>(path, std::move(studied), demuxer,
+                                                     videoStream, videoTimeBase);
   }
   return renderer.get();
 }

@@ -25,12 +25,14 @@ std::int64_t TimestampOf(const AVFrame& frame) {
 
 }  // namespace
 
-FFmpegVideoRenderer::FFmpegVideoRenderer(std::string path, const AVInputFormat* demuxer,
-                                         int streamIndex, AVRational timeBase)
+FFmpegVideoRenderer::FFmpegVideoRenderer(std::string path, FormatContextPtr opened,
+                                         const AVInputFormat* demuxer, int streamIndex,
+                                         AVRational timeBase)
     : path(std::move(path)),
       demuxer(demuxer),
       streamIndex(streamIndex),
       timeBase(timeBase),
+      studied(std::move(opened)),
       packet(av_packet_alloc()),
       decoded(av_frame_alloc()),
       shown(av_frame_alloc()) {}
@@ -39,15 +41,17 @@ OSErr FFmpegVideoRenderer::Open() {
   // Opened whole or not at all: a later request must not find a demuxer without its decoder.
   if (decoder) return kNoErr;
   if (!packet || !decoded || !shown) return kMemFullErr;
-  AVFormatContext* raw = nullptr;
-  if (const int result = avformat_open_input(&raw, path.c_str(), demuxer, nullptr); result < 0) {
-    return ToOSErr(result);
+  FormatContextPtr opened = std::move(studied);
+  if (!opened) {
+    AVFormatContext* raw = nullptr;
+    if (const int result = avformat_open_input(&raw, path.c_str(), demuxer, nullptr);
+        result < 0) {
+      return ToOSErr(result);
+    }
+    opened.reset(raw);
+    if (avformat_find_stream_info(opened.get(), nullptr) < 0) return kInvalidMovieErr;
   }
-  FormatContextPtr opened(raw);
-  if (avformat_find_stream_info(opened.get(), nullptr) < 0 ||
-      streamIndex >= static_cast<int>(opened->nb_streams)) {
-    return kInvalidMovieErr;
-  }
+  if (streamIndex >= static_cast<int>(opened->nb_streams)) return kInvalidMovieErr;
   KeepOnlyStream(opened.get(), streamIndex);
   const AVStream* stream = opened->streams[streamIndex];
   const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);

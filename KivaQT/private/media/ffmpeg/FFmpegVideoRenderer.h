@@ -27,9 +27,11 @@ namespace kiva::qt::media::ffmpeg {
 
 class FFmpegVideoRenderer {
  public:
-  // `demuxer` is the one the file was opened with (later opens skip format probing).
-  FFmpegVideoRenderer(std::string path, const AVInputFormat* demuxer, int streamIndex,
-                      AVRational timeBase);
+  // `opened` is the demuxer the movie studied the file with, taken over (no second parse of
+  // the file's header and index); without it the file is opened again at the first request,
+  // with `demuxer` (which skips format probing).
+  FFmpegVideoRenderer(std::string path, FormatContextPtr opened, const AVInputFormat* demuxer,
+                      int streamIndex, AVRational timeBase);
 
   AVRational TimeBase() const { return timeBase; }
 
@@ -70,6 +72,7 @@ class FFmpegVideoRenderer {
   std::int64_t frameDuration = 0;  // the average, in the time base; 0 when unknown
 
   FormatContextPtr format;
+  FormatContextPtr studied;  // the movie's demuxer, until Open uses it
   CodecContextPtr decoder;
   PacketPtr packet;
   FramePtr decoded;                       // scratch for the decoder
