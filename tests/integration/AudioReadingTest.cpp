@@ -90,7 +90,7 @@ std::vector<Fixture> Fixtures() {
       {"pcmf32.mov", 2, 48000, 168000, lr},
       {"pcm.wav", 2, 48000, 168000, {0, 0}},
       {"pcm.aiff", 2, 48000, 168000, {0, 0}},
-      {"aac-mono.m4a", 1, 48000, 168000, {102}},
+      {"aac-mono.m4a", 1, 48000, 168000, {0}},  // a Mono layout: one Discrete channel
       {"aac-stereo.m4a", 2, 48000, 168000, lr},
       {"aac-51.m4a", 6, 48000, 168000, surround},
       {"aac.aac", 2, 48000, 0, lr},
@@ -109,7 +109,7 @@ std::vector<Fixture> Fixtures() {
       {"ac3-junk.ac3", 2, 44100, 0, lr, 0, "-cons_noisegen 1"},
       {"aac.mka", 2, 48000, 0, lr},
       {"mp3.mka", 2, 48000, 0, lr},
-      {"aac-30s.mka", 1, 48000, 0, {102}},
+      {"aac-30s.mka", 1, 48000, 0, {0}},
       {"aac-gap.mka", 2, 48000, 0, lr},
       {"av.mp4", 2, 48000, 168000, lr},
       {"two-tracks.mov", 4, 48000, 120000, {100, 101, 100, 101}, 0, "", {0, 1}, {2, 2}},

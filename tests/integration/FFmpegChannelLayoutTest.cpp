@@ -34,7 +34,7 @@ HostLabels HostLabelsFor(const char* name) {
 
 TEST(FFmpegChannelLayout, StandardLayoutsGiveTheLabelsUsersExpect) {
   const std::pair<const char*, HostLabels> table[] = {
-      {"mono", {102}},
+      {"mono", {0}},  // the Mono layout: one Discrete channel, which the host labels 0
       {"stereo", {100, 101}},
       {"2.1", {100, 101, 103}},
       {"3.0", {100, 101, 102}},

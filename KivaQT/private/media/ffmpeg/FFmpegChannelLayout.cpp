@@ -48,6 +48,13 @@ bool ToAudioChannelLayout(const AVChannelLayout& in, AudioChannelLayout& out) {
   const std::uint64_t backs = AV_CH_BACK_LEFT | AV_CH_BACK_RIGHT;
   const bool sidesAreSurround =
       in.order == AV_CHANNEL_ORDER_NATIVE && (in.u.mask & sides) != 0 && (in.u.mask & backs) == 0;
+  // FFmpeg's "mono" is its one-channel layout, not a channel placed in the centre: the layout
+  // of that name says so.
+  if (in.order == AV_CHANNEL_ORDER_NATIVE && in.u.mask == AV_CH_LAYOUT_MONO) {
+    out = AudioChannelLayout{};
+    out.mChannelLayoutTag = kAudioChannelLayoutTag_Mono;
+    return true;
+  }
   if (in.order == AV_CHANNEL_ORDER_NATIVE && (in.u.mask >> kBitmapChannels) == 0 &&
       !sidesAreSurround) {
     out = AudioChannelLayout{};
