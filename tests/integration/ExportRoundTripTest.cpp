@@ -154,7 +154,7 @@ TEST_P(PcmExport, ReadsBackExactly) {
 std::vector<Case> Cases() {
   std::vector<Case> cases;
   for (const int code : {10, 20, 30, 40}) {
-    cases.push_back({code, {100}, {102}});  // written as mono, read as the centre channel
+    cases.push_back({code, {100}, {0}});  // written as mono, read as its one Discrete channel
     cases.push_back({code, {100, 101}, {100, 101}});
     cases.push_back({code, {100, 101, 102, 103, 104, 105}, {100, 101, 102, 103, 104, 105}});
     cases.push_back(

@@ -32,12 +32,18 @@ std::string CompressionNameOf(std::uint32_t formatCode) {
   // Sound codings first: a few codes ('raw ') name a sound and a picture coding alike, and the
   // sound one is the one asked about far more often.
   for (const AVMediaType type : {AVMEDIA_TYPE_AUDIO, AVMEDIA_TYPE_VIDEO}) {
+    std::string found;
     const AVCodecDescriptor* descriptor = nullptr;
     while ((descriptor = avcodec_descriptor_next(descriptor)) != nullptr) {
-      if (descriptor->type == type && FormatCodeOf(descriptor->id) == formatCode) {
-        return descriptor->long_name != nullptr ? descriptor->long_name : descriptor->name;
-      }
+      if (descriptor->type != type || FormatCodeOf(descriptor->id) != formatCode) continue;
+      const std::string name =
+          descriptor->long_name != nullptr ? descriptor->long_name : descriptor->name;
+      // A code that several codings share ('in24' is 24-bit PCM in either byte order) names
+      // none of them: the stream's own description says which it is.
+      if (!found.empty() && name != found) return {};
+      found = name;
     }
+    if (!found.empty()) return found;
   }
   return {};
 }

@@ -24,6 +24,8 @@ std::string Describe(const AVCodecParameters& parameters) {
   const AVCodecDescriptor* descriptor = avcodec_descriptor_get(parameters.codec_id);
   std::string text = descriptor != nullptr ? descriptor->name : "unknown";
   if (parameters.codec_type == AVMEDIA_TYPE_AUDIO) {
+    // The coding's full name: for PCM it gives the byte order ("PCM signed 24-bit big-endian").
+    if (descriptor != nullptr && descriptor->long_name != nullptr) text = descriptor->long_name;
     char layout[64] = "";
     av_channel_layout_describe(&parameters.ch_layout, layout, sizeof layout);
     text += ", " + std::to_string(parameters.sample_rate) + " Hz, " + layout;
@@ -324,8 +326,8 @@ namespace kiva::qt::media::ffmpeg {
 
 FFmpegVideoRenderer* FFmpegMovie::Renderer() {
   if (!renderer && videoStream >= 0) {
-    renderer = std::make_unique<FFmpegVideoRenderer>(path, std::move(studied), demuxer,
-                                                     videoStream, videoTimeBase);
+    renderer = std::make_unique<FFmpegVideoRenderer>(path, std::move(studied), demuxer, videoStream,
+                                                     videoTimeBase);
   }
   return renderer.get();
 }
