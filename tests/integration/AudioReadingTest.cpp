@@ -252,6 +252,17 @@ TEST(AudioReadingOfTracks, LongerFirstTrackAtALowerRateIsCountedInItsOwnRate) {
   for (const auto& channel : out) EXPECT_EQ(Peak({channel.begin() + 512, channel.end()}), 0.0f);
 }
 
+// A movie's track lasts what the movie declares for it: the late track's edit list holds an
+// empty edit of 478 ms (half a second less the coder's 1024 priming samples, in whole
+// milliseconds) and 4022 ms of sound, 4500 in the movie's time scale of 1000, so 4.5 s at
+// 48 kHz; the end of the decoded sound (0.478 s + 193,024 samples) would give 32 fewer.
+TEST(AudioReadingOfTracks, ALateTrackLastsWhatTheMovieDeclares) {
+  OpenedSource source(kFixtures + "/late-track.mov");
+  ASSERT_EQ(source.status, 0);
+  EXPECT_EQ(source.format.sampleRate, 48000);
+  EXPECT_EQ(source.format.sampleCount, 216000);
+}
+
 // Tracks whose rates lie further apart than the converter goes (its filter would grow with the
 // ratio) open and describe themselves, but their audio cannot be read.
 TEST(AudioReadingOfTracks, RatesFurtherApartThanSixtyFourTimesCannotBeRead) {

@@ -1,5 +1,6 @@
 #include "FFmpegMovie.h"
 
+#include "DeclaredTrackDurations.h"
 #include "FFmpegAudioExtraction.h"
 #include "FFmpegChannelLayout.h"
 #include "FFmpegErrors.h"
@@ -70,9 +71,15 @@ AudioStreamBasicDescription StreamDescriptionOf(const AVCodecParameters& paramet
 
 class SoundTrack final : public Track {
  public:
+  // `declared` is the track's duration as its movie declares it (0 if it does not), in
+  // `declaredScale` units.
   SoundTrack(const AVStream& stream, const AudioStreamFacts* facts, std::int64_t offset,
-             const std::int32_t& movieScale)
-      : movieScale(movieScale), facts(facts), offset(offset) {
+             std::int64_t declared, std::int64_t declaredScale, const std::int32_t& movieScale)
+      : movieScale(movieScale),
+        facts(facts),
+        offset(offset),
+        declared(declared),
+        declaredScale(declaredScale) {
     // The facts hold what the study learned beyond the container (the decoder's layout).
     const AVCodecParameters& parameters = facts != nullptr ? *facts->parameters : *stream.codecpar;
     sound.formatCode = FormatCodeOf(parameters.codec_id);
@@ -85,10 +92,15 @@ class SoundTrack final : public Track {
     mediaScale = facts != nullptr ? facts->sampleRate : std::max(parameters.sample_rate, 1);
   }
   std::uint32_t GetMediaType() const override { return kSoundMediaType; }
-  // Rounded up so that duration / scale * rate, truncated, gives back the exact frame count
-  // whenever the movie's scale is at least the rate.
+  // A movie's own account of the track's length where it gives one (its edit list, empty edits
+  // included); otherwise where the decoded sound ends. Rounded up so that duration / scale *
+  // rate, truncated, gives back an exact frame count whenever the movie's scale is at least
+  // the rate.
   std::int64_t GetDuration() const override {
     if (facts == nullptr) return 0;
+    if (declared > 0 && declaredScale > 0) {
+      return av_rescale_rnd(declared, movieScale, declaredScale, AV_ROUND_UP);
+    }
     return av_rescale_rnd(offset + facts->length, movieScale, facts->sampleRate, AV_ROUND_UP);
   }
   std::int32_t GetMediaTimeScale() const override { return mediaScale; }
@@ -103,6 +115,8 @@ class SoundTrack final : public Track {
   const std::int32_t& movieScale;
   const AudioStreamFacts* facts;
   std::int64_t offset;
+  std::int64_t declared;
+  std::int64_t declaredScale;
   std::int32_t mediaScale = 1;
   SoundDescription sound;
 };
@@ -250,6 +264,9 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
         std::max<std::int64_t>(0, std::llround((start - origin) * facts.sampleRate)));
   }
   // Sound tracks first, including those without a decoder (they describe nothing).
+  const bool quickTime = std::strncmp(format->iformat->name, "mov,", 4) == 0;
+  const DeclaredTrackDurations declared =
+      quickTime ? ReadDeclaredTrackDurations(path) : DeclaredTrackDurations{};
   for (unsigned i = 0; i < format->nb_streams; ++i) {
     const AVStream& stream = *format->streams[i];
     if (stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
@@ -261,8 +278,10 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
         offset = opened->audioOffsets[a];
       }
     }
-    opened->tracks.push_back(
-        std::make_unique<SoundTrack>(stream, facts, offset, opened->timeScale));
+    const auto length = declared.tracks.find(stream.id);
+    opened->tracks.push_back(std::make_unique<SoundTrack>(
+        stream, facts, offset, length != declared.tracks.end() ? length->second : 0,
+        declared.movieScale, opened->timeScale));
   }
   for (unsigned i = 0; i < format->nb_streams; ++i) {
     const AVStream& stream = *format->streams[i];
