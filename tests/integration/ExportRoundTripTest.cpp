@@ -4,6 +4,8 @@
 #include "CommandOutput.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
+#include "PlugInRequests.h"
+#include "QTExportCatalogue.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -224,5 +226,41 @@ TEST(ExportFailures, FullDevice) {
   // The full disk shows when data is flushed: as a failed block (-10) or a failed finish (-1).
   EXPECT_TRUE(written == -10 || finished == -1) << written << " " << finished;
 }
+
+}  // namespace
+
+namespace {
+
+// A session finished before any samples came: the movie still has its one sound track, empty,
+// which ffmpeg finds and the plug-in opens again; for PCM and for a compressed format alike.
+class EmptyExport : public ::testing::TestWithParam<const char16_t*> {};
+
+TEST_P(EmptyExport, HasItsOneSoundTrack) {
+  std::vector<kiva::qt::media::ComponentDescription> catalogue;
+  kiva::qt::GetExportComponentDescriptions(catalogue);  // what the settings dialog does first
+  // One file per format index (the settings' last digit): each case may run in its own
+  // process at the same time.
+  const std::string path =
+      ::testing::TempDir() + "/empty-export-" + static_cast<char>(GetParam()[14]) + ".mov";
+  kivahost::HostFormat format;
+  kiva::test::DescribeStereoExport(format, 48000, 48000);  // the host expected a second
+  format.privateSettings = GetParam();
+  kivahost::HostWriteStart start(path, format);
+  ASSERT_EQ(kiva::test::CallPlugIn(kiva::kSelWriteStart, nullptr, &start), 0);
+  kivahost::HostFinishWrite finish(format);
+  ASSERT_EQ(kiva::test::CallPlugIn(kiva::kSelFinishWrite, start.handle, &finish), 0);
+
+  const std::string streams = kiva::test::CommandOutput(
+      "ffprobe -v error -show_entries stream=codec_type -of csv=p=0 '" + path + "'");
+  EXPECT_EQ(streams, "audio\n");
+  kiva::test::PlugInFile reopened(path);
+  EXPECT_TRUE(reopened.IsOpen());
+  EXPECT_EQ(reopened.Channels(), 2);
+  EXPECT_EQ(reopened.Length(), 0);
+  std::filesystem::remove(path);
+}
+
+INSTANTIATE_TEST_SUITE_P(PcmAndAac, EmptyExport,
+                         ::testing::Values(u"FormatIndex:0:0;", u"FormatIndex:0:1;"));
 
 }  // namespace

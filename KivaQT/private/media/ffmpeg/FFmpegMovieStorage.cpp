@@ -97,12 +97,15 @@ OSErr FFmpegMovieStorage::NewSoundMedia(std::int32_t scale, const SoundFormat& s
   return kNoErr;
 }
 
-OSErr FFmpegMovieStorage::WriteHeader() {
+OSErr FFmpegMovieStorage::WriteHeader(bool noSamples) {
   if (headerWritten) return kNoErr;
   if (stream == nullptr || timeScale <= 0) return -2010;
   AVDictionary* options = nullptr;
   // Edit lists count in the movie's time scale: at the sample rate they are exact.
   av_dict_set_int(&options, "movie_timescale", timeScale, 0);
+  // The muxer leaves a track without samples out of the movie it writes at the end; a movie
+  // written up front keeps it, so that a movie of no samples still has its one sound track.
+  if (noSamples) av_dict_set(&options, "movflags", "empty_moov", 0);
   const int result = avformat_write_header(output.get(), &options);
   av_dict_free(&options);
   if (result < 0) return ToOSErr(result) == kInvalidMovieErr ? kIOErr : ToOSErr(result);
@@ -133,7 +136,7 @@ OSErr FFmpegMovieStorage::AddMediaSample(const void* data, std::size_t size,
 }
 
 OSErr FFmpegMovieStorage::AddMovieToStorage() {
-  if (const OSErr error = WriteHeader(); error != kNoErr) return error;
+  if (const OSErr error = WriteHeader(!headerWritten); error != kNoErr) return error;
   if (trailerWritten) return kNoErr;
   const int result = av_write_trailer(output.get());
   trailerWritten = true;

@@ -31,7 +31,7 @@ class FFmpegMovieStorage final : public MovieStorage {
 
  private:
   FFmpegMovieStorage() = default;
-  OSErr WriteHeader();
+  OSErr WriteHeader(bool noSamples = false);
 
   std::unique_ptr<AVFormatContext, void (*)(AVFormatContext*)> output{
       nullptr, [](AVFormatContext* context) { avformat_free_context(context); }};
