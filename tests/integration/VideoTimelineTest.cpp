@@ -124,8 +124,10 @@ TEST(Timeline, SteppingBackKeepsDecodedFramesWithinTheirBound) {
   // The kept frames fill their bound (the stream's frames do not all fit)...
   EXPECT_GT(most, renderer.Cache().LimitBytes() * 3 / 4);
   // ...and spare most decoding: without them every step back decodes from its keyframe again,
-  // 50 * 25 + 250 * 125 = 32,500 frames.
-  EXPECT_LE(renderer.DecodedFrames(), 2 * frames);
+  // 50 * 25 + 250 * 125 = 32,500 frames. A single request keeps only the frames just before
+  // the one it wants, and a run over frames decoded before keeps all: each stretch is decoded
+  // at most three times.
+  EXPECT_LE(renderer.DecodedFrames(), 3 * frames);
 }
 
 TEST(Timeline, PlayingInOrderDecodesEachFrameOnce) {

@@ -109,7 +109,7 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
                 << " failed (status " << status << ")\n";
       return 1;
     }
-    noxui::ui::EnsureApplication();
+    // Encoding a picture needs no application object (and none of its platform set-up).
     SavePng(ToImage(pixels, width, height), out);
     std::cout << "Wrote frame " << index << " at " << width << "x" << height << " to " << output
               << '\n';

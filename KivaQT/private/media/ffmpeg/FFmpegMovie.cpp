@@ -265,8 +265,9 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
   }
   // Sound tracks first, including those without a decoder (they describe nothing).
   const bool quickTime = std::strncmp(format->iformat->name, "mov,", 4) == 0;
-  const DeclaredTrackDurations declared =
-      quickTime ? ReadDeclaredTrackDurations(path) : DeclaredTrackDurations{};
+  const DeclaredTrackDurations declared = quickTime && !opened->audio->empty()
+                                              ? ReadDeclaredTrackDurations(path)
+                                              : DeclaredTrackDurations{};
   for (unsigned i = 0; i < format->nb_streams; ++i) {
     const AVStream& stream = *format->streams[i];
     if (stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;

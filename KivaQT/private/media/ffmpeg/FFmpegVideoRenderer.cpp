@@ -18,6 +18,10 @@ constexpr std::int64_t kDecodeOnFrames = 8;
 // give nothing at all (each such run decodes to the end of the stream).
 constexpr int kMostStepsBack = 64;
 constexpr int kMostFruitlessRuns = 3;
+// Frames before the wanted one that a run from a keyframe keeps, unless it decodes a stretch it
+// decoded before (a host stepping backwards): each frame kept holds its own buffer, and a
+// single request would pay for them all.
+constexpr std::int64_t kKeptBeforeWanted = 8;
 
 std::int64_t TimestampOf(const AVFrame& frame) {
   return frame.best_effort_timestamp != AV_NOPTS_VALUE ? frame.best_effort_timestamp : frame.pts;
@@ -44,8 +48,7 @@ OSErr FFmpegVideoRenderer::Open() {
   FormatContextPtr opened = std::move(studied);
   if (!opened) {
     AVFormatContext* raw = nullptr;
-    if (const int result = avformat_open_input(&raw, path.c_str(), demuxer, nullptr);
-        result < 0) {
+    if (const int result = avformat_open_input(&raw, path.c_str(), demuxer, nullptr); result < 0) {
       return ToOSErr(result);
     }
     opened.reset(raw);
@@ -118,6 +121,8 @@ OSErr FFmpegVideoRenderer::Receive(bool& ended) {
       runStamp = keyframes.Scanned() || packet->dts == AV_NOPTS_VALUE ? packet->pts : packet->dts;
       if (runStamp == AV_NOPTS_VALUE) runStamp = packet->dts;
       runStart = packet->pts;
+      keepWholeRun = runStamp == previousRunStamp;
+      previousRunStamp = runStamp;
       counting = packet->pts == AV_NOPTS_VALUE && packet->dts != AV_NOPTS_VALUE;
       countStep =
           packet->duration > 0 ? packet->duration : std::max<std::int64_t>(frameDuration, 1);
@@ -147,12 +152,17 @@ OSErr FFmpegVideoRenderer::DecodeForward(std::int64_t wanted, Outcome& outcome) 
     }
     const bool first = lastOutput == AV_NOPTS_VALUE;
     lastOutput = timestamp;
-    cache.Add(*decoded, timestamp);
+    if (keepWholeRun || timestamp >= keepFrom) cache.Add(*decoded, timestamp);
     if (timestamp <= wanted) {
       av_frame_unref(shown.get());
       av_frame_move_ref(shown.get(), decoded.get());
       shownAt = timestamp;
       found = true;
+      // A frame that starts exactly then is the one on screen: no two frames start together.
+      if (timestamp == wanted) {
+        outcome = Outcome::kFound;
+        return kNoErr;
+      }
       continue;
     }
     if (!found && first) {
@@ -190,6 +200,8 @@ OSErr FFmpegVideoRenderer::Locate(std::int64_t wanted) {
       return av_frame_ref(shown.get(), kept) < 0 ? kMemFullErr : kNoErr;
     }
   }
+  keepFrom = frameDuration > 0 ? wanted - kKeptBeforeWanted * frameDuration
+                               : std::numeric_limits<std::int64_t>::min();
   std::int64_t stamp = wanted;
   std::int64_t previousStamp = std::numeric_limits<std::int64_t>::max();
   bool haveLater = false;  // `shown` holds the earliest frame found, which starts after `wanted`
@@ -220,6 +232,7 @@ OSErr FFmpegVideoRenderer::FindOrigin() {
   if (const OSErr error = Seek(stamps.empty() ? 0 : stamps.front()); error != kNoErr) return error;
   Outcome outcome = Outcome::kNothing;
   const std::int64_t beforeAll = std::numeric_limits<std::int64_t>::min();
+  keepFrom = beforeAll;
   if (const OSErr error = DecodeForward(beforeAll, outcome); error != kNoErr) return error;
   if (outcome != Outcome::kAllLater) return kInvalidMovieErr;  // no frame decodes at all
   origin = shownAt;

@@ -93,6 +93,10 @@ class FFmpegVideoRenderer {
   // Where packets carry no presentation times (AVI) a run counts its frames from the
   // keyframe's decoding time: frames come out in presentation order, one duration apart.
   bool counting = false;
+  // Which of the run's frames the cache keeps: those from `keepFrom` on, or all of them.
+  std::int64_t keepFrom = AV_NOPTS_VALUE;
+  bool keepWholeRun = false;
+  std::int64_t previousRunStamp = AV_NOPTS_VALUE;  // the keyframe the last run started from
   std::int64_t countStep = 0;
   std::int64_t counted = 0;
 
