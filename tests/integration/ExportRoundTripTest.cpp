@@ -150,6 +150,20 @@ TEST_P(PcmExport, ReadsBackExactly) {
     }
   }
   EXPECT_EQ(mismatches, 0u);
+
+  // And by GStreamer, whose QuickTime demuxer reads the sample description its own way.
+  const std::vector<float> decoded = kiva::test::CommandFloats(
+      "gst-launch-1.0 -q filesrc location='" + path +
+      "' ! qtdemux ! audioconvert ! audio/x-raw,format=F32LE,layout=interleaved ! fdsink fd=1");
+  ASSERT_EQ(decoded.size(), static_cast<std::size_t>(frames * channels));
+  mismatches = 0;
+  for (std::int64_t f = 0; f < frames; ++f) {
+    for (int ch = 0; ch < channels; ++ch) {
+      mismatches += decoded[static_cast<std::size_t>(f * channels + ch)] !=
+                    signals[static_cast<std::size_t>(ch)].expected[static_cast<std::size_t>(f)];
+    }
+  }
+  EXPECT_EQ(mismatches, 0u) << "GStreamer";
   fs::remove(path);
 }
 

@@ -3,6 +3,7 @@
 #include "FFmpegChannelLayout.h"
 #include "FFmpegErrors.h"
 #include "FFmpegExporter.h"
+#include "FloatSoundDescription.h"
 
 #include <cstring>
 
@@ -37,6 +38,7 @@ OSErr FFmpegMovieStorage::Create(const std::string& path, std::unique_ptr<MovieS
   AVFormatContext* raw = nullptr;
   if (avformat_alloc_output_context2(&raw, nullptr, "mov", path.c_str()) < 0) return kMemFullErr;
   storage->output.reset(raw);
+  storage->path = path;
   // Opening for writing truncates an existing file: a new movie replaces it.
   if (const int result = avio_open(&storage->output->pb, path.c_str(), AVIO_FLAG_WRITE);
       result < 0) {
@@ -138,6 +140,7 @@ OSErr FFmpegMovieStorage::AddMediaSample(const void* data, std::size_t size,
 OSErr FFmpegMovieStorage::AddMovieToStorage() {
   if (const OSErr error = WriteHeader(!headerWritten); error != kNoErr) return error;
   if (trailerWritten) return kNoErr;
+  movieAtom = avio_tell(output->pb);
   const int result = av_write_trailer(output.get());
   trailerWritten = true;
   if (result < 0) return kIOErr;
@@ -148,8 +151,13 @@ OSErr FFmpegMovieStorage::AddMovieToStorage() {
 
 OSErr FFmpegMovieStorage::Close() {
   if (!output || output->pb == nullptr) return kNoErr;
-  const int result = avio_closep(&output->pb);
-  return result < 0 ? kIOErr : kNoErr;
+  if (avio_closep(&output->pb) < 0) return kIOErr;
+  const AVCodecID codec = stream != nullptr ? stream->codecpar->codec_id : AV_CODEC_ID_NONE;
+  if (trailerWritten && movieAtom >= 0 &&
+      (codec == AV_CODEC_ID_PCM_F32LE || codec == AV_CODEC_ID_PCM_F64LE)) {
+    return DescribeFloatAsLinearPcm(path, static_cast<std::uint64_t>(movieAtom));
+  }
+  return kNoErr;
 }
 
 }  // namespace kiva::qt::media::ffmpeg

@@ -35,8 +35,10 @@ class FFmpegMovieStorage final : public MovieStorage {
 
   std::unique_ptr<AVFormatContext, void (*)(AVFormatContext*)> output{
       nullptr, [](AVFormatContext* context) { avformat_free_context(context); }};
+  std::string path;
   AVStream* stream = nullptr;
   SoundFormat format;
+  std::int64_t movieAtom = -1;  // where the trailer began the movie header
   std::int32_t timeScale = 0;
   bool headerWritten = false;
   bool trailerWritten = false;
