@@ -33,8 +33,7 @@ TEST(CodingDescription, PcmNamesItsByteOrder) {
 TEST(CodingDescription, CompressedCodingsKeepTheirName) {
   kiva::test::PlugInFile opened(kFixtures + "/aac-stereo.m4a");
   ASSERT_TRUE(opened.IsOpen());
-  EXPECT_NE(opened.open.description.find("AAC (Advanced Audio Coding)"), std::string::npos)
-      << opened.open.description;
+  EXPECT_EQ(opened.open.description, "QuickTime: AAC (Advanced Audio Coding)");
 }
 
 }  // namespace

@@ -38,10 +38,13 @@ std::string CompressionNameOf(std::uint32_t formatCode) {
       if (descriptor->type != type || FormatCodeOf(descriptor->id) != formatCode) continue;
       const std::string name =
           descriptor->long_name != nullptr ? descriptor->long_name : descriptor->name;
-      // A code that several codings share ('in24' is 24-bit PCM in either byte order) names
-      // none of them: the stream's own description says which it is.
-      if (!found.empty() && name != found) return {};
-      found = name;
+      if (found.empty()) {
+        found = name;
+      } else if (name != found && found.rfind("PCM ", 0) == 0 && name.rfind("PCM ", 0) == 0) {
+        // A code that PCM of either byte order shares ('in24', 'fl32') names neither: the
+        // stream's own description says which it is.
+        return {};
+      }
     }
     if (!found.empty()) return found;
   }
