@@ -38,8 +38,9 @@ void EachAtom(const std::vector<std::uint8_t>& data, std::size_t begin, std::siz
 
 DeclaredTrackDurations ReadDeclaredTrackDurations(const std::string& path) {
   DeclaredTrackDurations declared;
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(path, std::ios::binary | std::ios::ate);
   if (!file) return declared;
+  const auto fileSize = static_cast<std::uint64_t>(file.tellg());
   // Find the movie atom among the top-level ones without reading the media data.
   std::uint64_t at = 0;
   std::vector<std::uint8_t> moov;
@@ -55,7 +56,7 @@ DeclaredTrackDurations ReadDeclaredTrackDurations(const std::string& path) {
     if (size < 8) return declared;
     if (std::string(reinterpret_cast<const char*>(header + 4), 4) == "moov") {
       constexpr std::uint64_t kLargestHeader = 256u << 20;  // a damaged size reads nothing
-      if (size > kLargestHeader) return declared;
+      if (size > kLargestHeader || size > fileSize - at) return declared;
       moov.resize(static_cast<std::size_t>(size));
       file.seekg(static_cast<std::streamoff>(at));
       if (!file.read(reinterpret_cast<char*>(moov.data()), static_cast<std::streamsize>(size))) {
