@@ -92,16 +92,24 @@ class SoundTrack final : public Track {
     mediaScale = facts != nullptr ? facts->sampleRate : std::max(parameters.sample_rate, 1);
   }
   std::uint32_t GetMediaType() const override { return kSoundMediaType; }
-  // A movie's own account of the track's length where it gives one (its edit list, empty edits
-  // included); otherwise where the decoded sound ends. Rounded up so that duration / scale *
-  // rate, truncated, gives back an exact frame count whenever the movie's scale is at least
-  // the rate.
+  // A movie's own account of the track's length (its edit list, empty edits included) where
+  // it is where the decoded sound ends, counted in the movie's whole time units; otherwise
+  // (a damaged header) where the sound ends. Rounded up so that duration / scale * rate,
+  // truncated, gives back an exact frame count whenever the movie's scale is at least the rate.
   std::int64_t GetDuration() const override {
     if (facts == nullptr) return 0;
+    const std::int64_t end = offset + facts->length;  // at the stream's own rate
     if (declared > 0 && declaredScale > 0) {
-      return av_rescale_rnd(declared, movieScale, declaredScale, AV_ROUND_UP);
+      // Each edit counts in whole units: the declared length lies less than two units after
+      // the end (compared as exact fractions).
+      const __int128 declaredAtRate = static_cast<__int128>(declared) * facts->sampleRate;
+      const __int128 endInUnits = static_cast<__int128>(end) * declaredScale;
+      if (declaredAtRate >= endInUnits &&
+          declaredAtRate < endInUnits + 2 * static_cast<__int128>(facts->sampleRate)) {
+        return av_rescale_rnd(declared, movieScale, declaredScale, AV_ROUND_UP);
+      }
     }
-    return av_rescale_rnd(offset + facts->length, movieScale, facts->sampleRate, AV_ROUND_UP);
+    return av_rescale_rnd(end, movieScale, facts->sampleRate, AV_ROUND_UP);
   }
   std::int32_t GetMediaTimeScale() const override { return mediaScale; }
   std::int64_t GetMediaDisplayDuration() const override {
