@@ -179,6 +179,21 @@ OSErr FFmpegAudioCompressor::FillBuffer(const AudioInputProc& pull, std::uint32_
   if (const OSErr error = OpenEncoder(); error != kNoErr) return error;
   const std::int64_t priming = encoder->initial_padding;
   while (packets < wanted) {
+    if (!tail.empty()) {
+      const TailPacket& next = tail.front();
+      if (bytes + static_cast<std::uint32_t>(next.packet->size) > capacity) break;  // next time
+      std::memcpy(buffer + bytes, next.packet->data, static_cast<std::size_t>(next.packet->size));
+      if (descriptions != nullptr) {
+        descriptions[packets] =
+            AudioStreamPacketDescription{bytes, static_cast<std::uint32_t>(next.duration),
+                                         static_cast<std::uint32_t>(next.packet->size)};
+      }
+      bytes += static_cast<std::uint32_t>(next.packet->size);
+      ++packets;
+      tail.pop_front();
+      continue;
+    }
+    if (drained) break;  // all given out
     if (!packetHeld) {
       const int result = avcodec_receive_packet(encoder.get(), packet.get());
       if (result == 0) {
@@ -222,18 +237,50 @@ OSErr FFmpegAudioCompressor::FillBuffer(const AudioInputProc& pull, std::uint32_
         continue;
       }
     }
-    if (!inputEnded || drained) break;  // nothing more for now, or all given out
+    if (!inputEnded) break;  // nothing more for now
     // The input has ended: the rest goes out, then the coder gives back what it holds.
     const int left = av_audio_fifo_size(fifo.get());
     if (left > 0) {
       const bool shortLast =
           (encoder->codec->capabilities &
            (AV_CODEC_CAP_SMALL_LAST_FRAME | AV_CODEC_CAP_VARIABLE_FRAME_SIZE)) != 0;
-      if (const OSErr error = SendFrame(shortLast ? left : frameSize); error != kNoErr)
-        return error;
+      // FFmpeg's ALAC coder overruns its packet on a frame of a single sample in more than two
+      // channels (an assertion aborts the process): such a frame gets a second, silent sample,
+      // which its packet's duration leaves out.
+      const bool singleSampleOverruns =
+          encoder->codec_id == AV_CODEC_ID_ALAC && encoder->ch_layout.nb_channels > 2;
+      const int last = shortLast ? std::max(left, singleSampleOverruns ? 2 : 1) : frameSize;
+      if (const OSErr error = SendFrame(last); error != kNoErr) return error;
     }
     avcodec_send_frame(encoder.get(), nullptr);
     drained = true;
+    if (const OSErr error = ReceiveTail(priming); error != kNoErr) return error;
+  }
+  return kNoErr;
+}
+
+OSErr FFmpegAudioCompressor::ReceiveTail(std::int64_t priming) {
+  for (;;) {
+    PacketPtr next(av_packet_alloc());
+    if (!next) return kMemFullErr;
+    const int result = avcodec_receive_packet(encoder.get(), next.get());
+    if (result == AVERROR_EOF) break;
+    if (result < 0) return kBadFormatErr;
+    const std::int64_t duration = next->duration > 0 ? next->duration : frameSize;
+    const std::int64_t start = next->pts + priming;
+    tail.push_back(TailPacket{std::move(next),
+                              std::clamp<std::int64_t>(priming + framesIn - start, 0, duration)});
+  }
+  // A coder's last packet can hold none of the input (an MP3 frame whose bits the frame before
+  // borrowed). It must stay, and a packet of no duration would count as a whole frame: it gets
+  // one frame of the packet before it, so that the packets still end exactly with the input.
+  for (auto packet = tail.rbegin(); packet != tail.rend(); ++packet) {
+    if (packet->duration > 0) continue;
+    const auto lender = std::find_if(std::next(packet), tail.rend(), [](const TailPacket& earlier) {
+      return earlier.duration > 1;
+    });
+    if (lender != tail.rend()) --lender->duration;
+    packet->duration = 1;
   }
   return kNoErr;
 }

@@ -13,6 +13,7 @@ extern "C" {
 #include <libavutil/audio_fifo.h>
 }
 
+#include <deque>
 #include <memory>
 
 namespace kiva::qt::media::ffmpeg {
@@ -38,6 +39,13 @@ class FFmpegAudioCompressor final : public AudioCompressor {
   OSErr OpenEncoder();
   OSErr Queue(const void* data, std::uint32_t frames);
   OSErr SendFrame(int frames);
+  // Receives every packet left after the coder was flushed and settles their durations.
+  OSErr ReceiveTail(std::int64_t priming);
+
+  struct TailPacket {
+    PacketPtr packet;
+    std::int64_t duration;
+  };
 
   AudioStreamBasicDescription input;
   AudioStreamBasicDescription output;
@@ -52,6 +60,7 @@ class FFmpegAudioCompressor final : public AudioCompressor {
   std::int64_t framesSent = 0;
   bool inputEnded = false;
   bool drained = false;
+  std::deque<TailPacket> tail;        // received after the flush, not yet given out
   std::vector<std::int32_t> widened;  // 24-bit input as 32-bit samples
 };
 

@@ -86,6 +86,12 @@ OSErr FFmpegMovieStorage::NewSoundMedia(std::int32_t scale, const SoundFormat& s
   parameters.bits_per_coded_sample = static_cast<int>(soundFormat.description.mBitsPerChannel);
   parameters.block_align = static_cast<int>(soundFormat.description.mBytesPerFrame);
   parameters.frame_size = static_cast<int>(soundFormat.description.mFramesPerPacket);
+  if (av_get_bits_per_sample(codec) % 8 == 0 && av_get_bits_per_sample(codec) > 0) {
+    // Codings of whole bytes per sample (A-law, mu-law) are stored as PCM is, a sample per frame:
+    // declared as packets of many frames, a movie whose one packet lasts a single frame reads
+    // as empty in FFmpeg.
+    parameters.frame_size = 1;
+  }
   parameters.initial_padding = static_cast<int>(soundFormat.primingFrames);
   if (!soundFormat.magicCookie.empty()) {
     parameters.extradata = static_cast<std::uint8_t*>(
