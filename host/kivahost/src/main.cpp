@@ -109,6 +109,10 @@ int main(int argc, char** argv) {
   CLI::App* preview = cli.add_subcommand("preview", "waveforms and frames of a file as PNG");
   preview->add_option("FILE", file, "media file")->required();
   preview->add_option("-o,--output", output, "the PNG file to write")->required();
+  bool dbfs = false;
+  preview->add_flag(
+      "--dbfs", dbfs,
+      "draw the level in dBFS (0 to -60) rather than the value, so quiet sound shows");
 
   std::string settings;
   std::string sampleType = "16";
@@ -156,7 +160,10 @@ int main(int argc, char** argv) {
       }
       return kivahost::RunFrame(plugIn, file, frameIndex, width, height, output);
     }
-    if (preview->parsed()) return kivahost::RunPreview(plugIn, file, output);
+    if (preview->parsed()) {
+      return kivahost::RunPreview(
+          plugIn, file, output, dbfs ? kivahost::LevelScale::kDbfs : kivahost::LevelScale::kLinear);
+    }
     if (exportCommand->parsed()) {
       if (!formatName.empty() && !kivahost::ChooseFormatByName(plugIn, formatName, settings)) {
         return 1;
