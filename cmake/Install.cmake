@@ -1,6 +1,7 @@
 # What `cmake --install` puts under its prefix, and the Debian packages CPack makes of it:
-#   runtime (package kivaqt): the four host frameworks (versioned shared objects), kivahost, the
-#     bundle in lib/kivaqt/KivaQT.bundle, the demo sample in share/kivaqt/samples;
+#   runtime (package kivaqt): the four host frameworks (versioned shared objects), kivahost, its
+#     manual page and bash completion, the bundle in lib/kivaqt/KivaQT.bundle, the demo sample in
+#     share/kivaqt/samples;
 #   dev (package kivaqt-dev): the SDK and framework headers, the unversioned library links, the
 #     CMake package (find_package(Kiva CONFIG): Kiva::sdk, Kiva::noxcore, Kiva::noxui, Kiva::uit,
 #     Kiva::orb) and pkg-config files (kiva-sdk, noxcore, noxui, uit, orb).
@@ -56,6 +57,9 @@ kiva_install_relative(KIVA_BINDIR_TO_LIBDIR ${CMAKE_INSTALL_BINDIR} ${CMAKE_INST
 set_target_properties(kivahost PROPERTIES INSTALL_RPATH "$ORIGIN/${KIVA_BINDIR_TO_LIBDIR}")
 install(TARGETS kivahost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(FILES ${KIVA_DEMO_SAMPLE} DESTINATION ${KIVA_INSTALL_SAMPLE_DIR} COMPONENT runtime)
+install(FILES ${KIVAHOST_MAN_PAGE}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+install(FILES host/kivahost/completion/kivahost
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
 
 # Debian packages: `cpack -G DEB` in the build tree. Their dependencies on Debian's runtime
 # packages (FFmpeg, Qt, libsndfile, OpenSSL, ...) are read off the installed binaries.

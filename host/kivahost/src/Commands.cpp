@@ -253,7 +253,8 @@ int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
       status != 0) {
     return status;
   }
-  if (const int status = RunPreview(plugIn, samplePath, outputDirectory + "/demo-preview.png");
+  if (const int status = RunPreview(plugIn, samplePath, outputDirectory + "/demo-preview.png",
+                                    LevelScale::kLinear);
       status != 0) {
     return status;
   }

@@ -1,7 +1,10 @@
 #include "Pictures.h"
 
+#include "Envelopes.h"
 #include "OpenedFile.h"
 #include "OutputFile.h"
+#include "PreviewPainting.h"
+#include "TimeAxis.h"
 
 #include <noxui/ui/Application.h>
 
@@ -63,34 +66,6 @@ QString Facts(const std::string& path, const OpenedFile& file) {
   return text;
 }
 
-// Lowest and highest sample of each of `columns` stretches of one channel.
-std::vector<std::vector<std::pair<float, float>>> Envelopes(const OpenedFile& file, int columns) {
-  const std::size_t channels = file.Format().labels.size();
-  const std::int64_t length = file.Format().sampleCount;
-  std::vector<std::vector<std::pair<float, float>>> envelopes(
-      channels,
-      std::vector<std::pair<float, float>>(static_cast<std::size_t>(columns), {0.0f, 0.0f}));
-  if (channels == 0 || length <= 0) return envelopes;
-  constexpr std::int64_t kBlock = 65536;
-  std::vector<std::vector<float>> planes(channels, std::vector<float>(kBlock));
-  std::vector<float*> buffers;
-  for (auto& plane : planes) buffers.push_back(plane.data());
-  for (std::int64_t position = 0; position < length; position += kBlock) {
-    const std::int64_t count = std::min(kBlock, length - position);
-    std::int64_t read = 0;
-    if (file.Read(position, count, buffers, read) != 0) break;
-    for (std::size_t c = 0; c < channels; ++c) {
-      for (std::int64_t i = 0; i < count; ++i) {
-        const auto column = static_cast<std::size_t>((position + i) * columns / length);
-        auto& [low, high] = envelopes[c][column];
-        low = std::min(low, planes[c][static_cast<std::size_t>(i)]);
-        high = std::max(high, planes[c][static_cast<std::size_t>(i)]);
-      }
-    }
-  }
-  return envelopes;
-}
-
 }  // namespace
 
 int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width, int height,
@@ -121,7 +96,8 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
   }
 }
 
-int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string& output) {
+int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string& output,
+               LevelScale scale) {
   try {
     OutputFile out(output, {path});
     OpenedFile file(plugIn, path);
@@ -129,16 +105,23 @@ int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string&
     constexpr int kWidth = 1200;
     constexpr int kMargin = 12;
     constexpr int kHeader = 36;
-    constexpr int kLane = 70;
+    constexpr int kLane = 96;
+    constexpr int kLaneGap = 8;
+    constexpr int kAxis = 26;
     constexpr int kFrames = 6;
-    const std::size_t channels = file.Format().labels.size();
-    const VideoStreamFacts& video = file.Format().video.facts;
+    constexpr int kStamp = 18;
+    // Labels of the time axis are at most "0:00:00.000" wide; this keeps them well apart.
+    constexpr int kTickSpacing = 80;
+    const HostFormat& format = file.Format();
+    const auto channels = static_cast<int>(format.labels.size());
+    const VideoStreamFacts& video = format.video.facts;
     const int thumbWidth = (kWidth - kMargin * (kFrames + 1)) / kFrames;
     const int thumbHeight = video.streamCount > 0 && video.width > 0
                                 ? std::max(1, thumbWidth * video.height / video.width)
                                 : 0;
-    const int strip = thumbHeight > 0 ? thumbHeight + kMargin : 0;
-    const int height = kHeader + static_cast<int>(channels) * kLane + strip + kMargin;
+    const int lanesHeight = channels > 0 ? channels * (kLane + kLaneGap) + kAxis : 0;
+    const int strip = thumbHeight > 0 ? thumbHeight + kStamp + kMargin : 0;
+    const int height = kHeader + lanesHeight + strip + kMargin;
 
     QImage picture(kWidth, height, QImage::Format_ARGB32);
     picture.fill(QColor(250, 250, 248));
@@ -149,26 +132,31 @@ int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string&
     painter.drawText(QRect(kMargin, 0, kWidth - 2 * kMargin, kHeader),
                      Qt::AlignVCenter | Qt::AlignLeft, Facts(path, file));
 
-    const int columns = kWidth - 2 * kMargin - 40;
-    const auto envelopes = Envelopes(file, columns);
-    for (std::size_t c = 0; c < channels; ++c) {
-      const int top = kHeader + static_cast<int>(c) * kLane;
-      const int middle = top + kLane / 2;
-      painter.setPen(QColor(120, 120, 120));
-      painter.drawText(QRect(kMargin, top, 36, kLane), Qt::AlignVCenter,
-                       QString::fromStdString(LabelName(file.Format().labels[c])));
-      painter.setPen(QColor(200, 200, 200));
-      painter.drawLine(kMargin + 40, middle, kMargin + 40 + columns, middle);
-      painter.setPen(QColor(40, 90, 170));
-      for (int x = 0; x < columns; ++x) {
-        const auto [low, high] = envelopes[c][static_cast<std::size_t>(x)];
-        const int scale = kLane / 2 - 3;
-        painter.drawLine(kMargin + 40 + x, middle - static_cast<int>(high * scale),
-                         kMargin + 40 + x, middle - static_cast<int>(low * scale));
-      }
+    const int plotLeft = kMargin + kLaneGutter;
+    const int plotWidth = kWidth - kMargin - plotLeft;
+    const double duration =
+        format.sampleRate > 0 ? static_cast<double>(format.sampleCount) / format.sampleRate : 0;
+    const TimeAxis axis = ChooseTimeAxis(duration, plotWidth, kTickSpacing);
+    const auto envelopes = Envelopes(file, plotWidth);
+    for (int c = 0; c < channels; ++c) {
+      const QRect lane(plotLeft, kHeader + c * (kLane + kLaneGap), plotWidth, kLane);
+      // A channel without a label is named by its number.
+      const std::uint32_t label = format.labels[static_cast<std::size_t>(c)];
+      const QString name =
+          label != 0 ? QString::fromStdString(LabelName(label)) : QString("ch %1").arg(c + 1);
+      PaintLane(painter, lane, name, scale, envelopes[static_cast<std::size_t>(c)], axis, duration);
+    }
+    if (channels > 0) {
+      PaintTimeAxis(painter,
+                    QRect(plotLeft, kHeader + channels * (kLane + kLaneGap), plotWidth, kAxis),
+                    axis, duration);
     }
     if (thumbHeight > 0 && video.frameCount > 0) {
-      const int top = kHeader + static_cast<int>(channels) * kLane;
+      const int top = kHeader + lanesHeight;
+      // Under each frame its number and time, written as the axis writes times (to the
+      // millisecond, as a clock where the file is a minute long or more).
+      const double videoDuration = video.frameRate > 0 ? video.frameCount / video.frameRate : 0;
+      const double longest = std::max(duration, videoDuration);
       for (int i = 0; i < kFrames; ++i) {
         const int index = kFrames > 1 ? i * (video.frameCount - 1) / (kFrames - 1) : 0;
         std::vector<std::uint8_t> pixels;
@@ -176,9 +164,15 @@ int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string&
         if (file.ReadFrame(index, thumbWidth, thumbHeight, pixels) == 0) {
           painter.drawImage(left, top, ToImage(pixels, thumbWidth, thumbHeight));
         }
-        painter.setPen(QColor(255, 255, 255));
-        painter.drawText(QRect(left + 4, top + 2, thumbWidth, 16), Qt::AlignLeft,
-                         QString("#%1").arg(index));
+        QString stamp = QString("#%1").arg(index);
+        if (video.frameRate > 0) {
+          stamp += "   " + QString::fromStdString(FormatTime(index / video.frameRate, 0.001,
+                                                             longest >= 60, longest >= 3600));
+        }
+        painter.setPen(QColor(95, 95, 95));
+        painter.setFont(QFont("DejaVu Sans", 8));
+        painter.drawText(QRect(left, top + thumbHeight, thumbWidth, kStamp),
+                         Qt::AlignHCenter | Qt::AlignVCenter, stamp);
       }
     }
     painter.end();

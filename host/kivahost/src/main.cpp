@@ -68,8 +68,11 @@ int main(int argc, char** argv) {
            std::to_string(kiva::kKivaInterfaceVersionMinor) + "\nbundle " + bundlePath +
            ": KivaQT " + BundleVersion(bundlePath);
   });
-  cli.add_option("--bundle", bundlePath, "plug-in bundle directory (or its .so)")
-      ->capture_default_str();
+  // Defaults that are paths are told in words: the help (and the manual page made of it) would
+  // otherwise name wherever this kivahost happens to be. `--version` names the bundle in use.
+  cli.add_option("--bundle", bundlePath,
+                 "plug-in bundle directory (or its .so); default: $KIVA_BUNDLE, else the bundle "
+                 "that comes with kivahost");
 
   bool json = false;
   CLI::App* info = cli.add_subcommand("info", "print the plug-in's identity and formats");
@@ -106,6 +109,10 @@ int main(int argc, char** argv) {
   CLI::App* preview = cli.add_subcommand("preview", "waveforms and frames of a file as PNG");
   preview->add_option("FILE", file, "media file")->required();
   preview->add_option("-o,--output", output, "the PNG file to write")->required();
+  bool dbfs = false;
+  preview->add_flag(
+      "--dbfs", dbfs,
+      "draw the level in dBFS (0 to -60) rather than the value, so quiet sound shows");
 
   std::string settings;
   std::string sampleType = "16";
@@ -129,9 +136,10 @@ int main(int argc, char** argv) {
   std::string samplePath = BesideThisProgram(KIVAHOST_SAMPLES);
   std::string outputDirectory = std::filesystem::path(samplePath).parent_path().string();
   CLI::App* demo = cli.add_subcommand("demo", "run the plug-in on the sample the build made");
-  demo->add_option("--sample", samplePath, "the movie to use")->capture_default_str();
-  demo->add_option("--output-directory", outputDirectory, "where the demo writes its results")
-      ->capture_default_str();
+  demo->add_option("--sample", samplePath,
+                   "the movie to use (default: the demo movie that comes with kivahost)");
+  demo->add_option("--output-directory", outputDirectory,
+                   "where the demo writes its results (default: the demo movie's directory)");
 
   CLI11_PARSE(cli, argc, argv);
   kivahost::RemoveTemporariesOnInterruption();
@@ -152,7 +160,10 @@ int main(int argc, char** argv) {
       }
       return kivahost::RunFrame(plugIn, file, frameIndex, width, height, output);
     }
-    if (preview->parsed()) return kivahost::RunPreview(plugIn, file, output);
+    if (preview->parsed()) {
+      return kivahost::RunPreview(
+          plugIn, file, output, dbfs ? kivahost::LevelScale::kDbfs : kivahost::LevelScale::kLinear);
+    }
     if (exportCommand->parsed()) {
       if (!formatName.empty() && !kivahost::ChooseFormatByName(plugIn, formatName, settings)) {
         return 1;
