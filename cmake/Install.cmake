@@ -56,6 +56,9 @@ kiva_install_relative(KIVA_BINDIR_TO_LIBDIR ${CMAKE_INSTALL_BINDIR} ${CMAKE_INST
 set_target_properties(kivahost PROPERTIES INSTALL_RPATH "$ORIGIN/${KIVA_BINDIR_TO_LIBDIR}")
 install(TARGETS kivahost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(FILES ${KIVA_DEMO_SAMPLE} DESTINATION ${KIVA_INSTALL_SAMPLE_DIR} COMPONENT runtime)
+# The JSON Schemas of what each kivahost command prints under --json, for those who read it.
+install(DIRECTORY host/kivahost/schemas/ DESTINATION ${CMAKE_INSTALL_DATADIR}/kivaqt/schemas
+        COMPONENT runtime FILES_MATCHING PATTERN "*.schema.json")
 
 # Debian packages: `cpack -G DEB` in the build tree. Their dependencies on Debian's runtime
 # packages (FFmpeg, Qt, libsndfile, OpenSSL, ...) are read off the installed binaries.

@@ -15,8 +15,8 @@ std::string SampleTypeName(int code);
 // "unlabelled" for 0, a channel that has no place (the plug-in gives one to some mono files).
 std::string LabelJsonName(std::uint32_t label);
 
-// What a set of channels is: "mono" for one channel whatever its label (files of different
-// containers label it differently), "unlabelled" when no channel has a place (as in WAV files
+// What a set of channels is: "mono" for one channel whatever its label (a container may give
+// it a place or none), "unlabelled" when no channel has a place (as in WAV files
 // without a channel mask), else the labels' short names ("L R", "L R C LFE Ls Rs").
 std::string ChannelSetName(const std::vector<std::uint32_t>& labels);
 
