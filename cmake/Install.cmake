@@ -60,6 +60,9 @@ install(FILES ${KIVA_DEMO_SAMPLE} DESTINATION ${KIVA_INSTALL_SAMPLE_DIR} COMPONE
 install(FILES ${KIVAHOST_MAN_PAGE}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(FILES host/kivahost/completion/kivahost
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+# The JSON Schemas of what each kivahost command prints under --json, for those who read it.
+install(DIRECTORY host/kivahost/schemas/ DESTINATION ${CMAKE_INSTALL_DATADIR}/kivaqt/schemas
+        COMPONENT runtime FILES_MATCHING PATTERN "*.schema.json")
 
 # Debian packages: `cpack -G DEB` in the build tree. Their dependencies on Debian's runtime
 # packages (FFmpeg, Qt, libsndfile, OpenSSL, ...) are read off the installed binaries.

@@ -1,18 +1,21 @@
 #include "Commands.h"
 
 #include "Export.h"
+#include "Failure.h"
+#include "Naming.h"
 #include "OpenedFile.h"
 #include "OutputFile.h"
 #include "Pictures.h"
+#include "Probe.h"
 #include "Settings.h"
 
 #include <sndfile.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cerrno>
-#include <iomanip>
 #include <iostream>
 #include <memory>
 
@@ -20,7 +23,7 @@ namespace kivahost {
 
 namespace {
 
-nlohmann::json FormatToJson(const FormatDescription& format) {
+nlohmann::ordered_json FormatToJson(const FormatDescription& format) {
   return {{"name", format.name},
           {"id", format.id},
           {"filter", format.filterText},
@@ -52,14 +55,14 @@ void PrintDescription(const PlugInDescription& description) {
 int RunInfo(const PlugIn& plugIn, bool json) {
   const PlugInDescription& description = plugIn.Description();
   if (json) {
-    nlohmann::json out{
+    nlohmann::ordered_json out{
         {"library", plugIn.LibraryPath()},
         {"status", plugIn.InfoStatus()},
         {"interfaceVersion", {description.interfaceMajor, description.interfaceMinor}},
         {"identifier", description.identifier},
         {"displayName", description.displayName},
-        {"importFormats", nlohmann::json::array()},
-        {"exportFormats", nlohmann::json::array()}};
+        {"importFormats", nlohmann::ordered_json::array()},
+        {"exportFormats", nlohmann::ordered_json::array()}};
     for (const auto& format : description.importFormats) {
       out["importFormats"].push_back(FormatToJson(format));
     }
@@ -75,113 +78,32 @@ int RunInfo(const PlugIn& plugIn, bool json) {
 
 namespace {
 
-std::string SampleTypeName(int code) {
-  switch (code) {
-    case 10:
-      return "8-bit";
-    case 20:
-      return "16-bit";
-    case 30:
-      return "24-bit";
-    case 40:
-      return "32-bit float";
-    default:
-      return "code " + std::to_string(code);
-  }
-}
-
-void PrintProbe(const std::string& path, const OpenedFile& file) {
-  const HostFormat& format = file.Format();
-  std::cout << "File:        " << path << "\n"
-            << "Description: " << file.Open().description << "\n"
-            << "Format ID:   " << format.formatID << "\n"
-            << "Channels:    " << format.labels.size() << " (";
-  for (std::size_t c = 0; c < format.labels.size(); ++c) {
-    std::cout << (c ? " " : "") << LabelName(format.labels[c]);
-  }
-  std::cout << ")\n"
-            << "Sample rate: " << format.sampleRate << " Hz\n"
-            << "Samples:     " << SampleTypeName(format.sampleType) << "\n"
-            << "Length:      " << format.sampleCount << " frames";
-  if (format.sampleRate > 0) {
-    std::cout << " (" << std::fixed << std::setprecision(3)
-              << static_cast<double>(format.sampleCount) / format.sampleRate << " s)";
-  }
-  std::cout << "\nBit rate:    " << file.Open().bitRate << "\n";
-  const VideoStreamFacts& video = format.video.facts;
-  if (video.streamCount > 0) {
-    std::cout << "Video:       " << video.description << ", " << video.width << "x" << video.height
-              << ", " << video.frameCount << " frames at " << std::setprecision(3)
-              << video.frameRate << " fps (" << video.rateNumerator << "/" << video.rateDenominator
-              << "), pixel aspect " << video.pixelAspectRatio << "\n";
-  }
-  std::cout << "Settings:    " << ToUtf8(format.privateSettings) << "\n";
-}
-
-nlohmann::json ProbeToJson(const std::string& path, const OpenedFile& file) {
-  const HostFormat& format = file.Format();
-  nlohmann::json labels = nlohmann::json::array();
-  for (const auto label : format.labels) labels.push_back(label);
-  nlohmann::json out{{"file", path},
-                     {"description", file.Open().description},
-                     {"formatID", format.formatID},
-                     {"channels", format.labels.size()},
-                     {"channelLabels", labels},
-                     {"sampleRate", format.sampleRate},
-                     {"sampleType", format.sampleType},
-                     {"sampleCount", format.sampleCount},
-                     {"bitRate", file.Open().bitRate},
-                     {"privateSettings", ToUtf8(format.privateSettings)}};
-  const VideoStreamFacts& video = format.video.facts;
-  if (video.streamCount > 0) {
-    out["video"] = {{"description", video.description},
-                    {"width", video.width},
-                    {"height", video.height},
-                    {"frameCount", video.frameCount},
-                    {"frameRate", video.frameRate},
-                    {"frameRateRational", {video.rateNumerator, video.rateDenominator}},
-                    {"pixelAspectRatio", video.pixelAspectRatio}};
-  }
-  return out;
-}
-
 struct SndfileCloser {
   void operator()(SNDFILE* file) const { sf_close(file); }
 };
 
 }  // namespace
 
-int RunProbe(const PlugIn& plugIn, const std::string& path, bool json) {
-  try {
-    const OpenedFile file(plugIn, path);
-    if (json) {
-      std::cout << ProbeToJson(path, file).dump(2) << '\n';
-    } else {
-      PrintProbe(path, file);
-    }
-    return 0;
-  } catch (const PlugInError& error) {
-    return ReportFailure(error);
-  }
-}
-
 int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& output,
-              std::int64_t start, std::int64_t frames) {
+              std::int64_t start, std::int64_t frames, bool json) {
   try {
     const OpenedFile file(plugIn, path);
     const HostFormat& format = file.Format();
     const int channels = static_cast<int>(format.labels.size());
     if (channels == 0 || format.sampleRate <= 0) {
-      std::cerr << "kivahost: " << path << " has no audio\n";
-      return 1;
+      return Report({"cannot decode " + path, 0, {}, "the file has no audio track"}, json);
     }
     const std::int64_t length = format.sampleCount;
     if ((start >= length && frames != 0) || (frames > 0 && frames > length - start)) {
-      std::cerr << "kivahost: frames " << start << " to "
-                << (frames < 0 ? std::string("the end") : std::to_string(start + frames - 1))
-                << " lie outside " << path << ", which holds " << length << " frames (0 to "
-                << length - 1 << ")\n";
-      return 2;
+      const std::string last =
+          frames < 0 ? std::string("the end") : std::to_string(start + frames - 1);
+      return Report({"frames " + std::to_string(start) + " to " + last + " lie outside " + path +
+                         ", which holds " + std::to_string(length) + " frames (0 to " +
+                         std::to_string(length - 1) + ")",
+                     0,
+                     {},
+                     ""},
+                    json, 2);
     }
     const std::int64_t end = frames < 0 ? length : start + frames;
     OutputFile out(output, {path});
@@ -203,9 +125,12 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
       const std::int64_t count = std::min(kBlock, end - position);
       std::int64_t read = 0;
       if (const int status = file.Read(position, count, buffers, read); status != 0) {
-        std::cerr << "\nkivahost: reading " << path << " at frame " << position
-                  << " failed (status " << status << ")\n";
-        return 1;
+        if (showProgress) std::cerr << '\n';
+        return Report({"reading " + path + " at frame " + std::to_string(position) + " failed",
+                       status,
+                       {},
+                       ""},
+                      json);
       }
       for (std::int64_t i = 0; i < count; ++i) {
         for (int c = 0; c < channels; ++c) {
@@ -232,13 +157,31 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
       throw OutputError(errno != 0 ? DescribeError(errno) : "the WAV header could not be written");
     }
     out.Commit();
-    std::cout << "Wrote " << (end - start) << " frames of " << channels << " channels at "
-              << format.sampleRate << " Hz to " << output << '\n';
+    if (json) {
+      struct stat written {};
+      ::stat(output.c_str(), &written);
+      std::cout << nlohmann::ordered_json{{"input", path},
+                                          {"output", output},
+                                          {"format", "WAV, 32-bit float"},
+                                          {"startFrame", start},
+                                          {"frames", end - start},
+                                          {"durationSeconds",
+                                           static_cast<double>(end - start) / format.sampleRate},
+                                          {"channels", channels},
+                                          {"sampleRate", format.sampleRate},
+                                          {"bytes", written.st_size}}
+                       .dump(2)
+                << '\n';
+    } else {
+      std::cout << "Wrote " << Counted(end - start, "frame") << " of "
+                << Counted(channels, "channel") << " at " << format.sampleRate << " Hz to "
+                << output << '\n';
+    }
     return 0;
   } catch (const PlugInError& error) {
-    return ReportFailure(error);
+    return ReportFailure(error, path, json);
   } catch (const OutputError& error) {
-    return ReportOutputFailure(output, error);
+    return ReportOutputFailure(output, error, json);
   }
 }
 
@@ -249,7 +192,7 @@ int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
   if (const int status = RunProbe(plugIn, samplePath, false); status != 0) return status;
   std::cout << '\n';
   if (const int status =
-          RunDecode(plugIn, samplePath, outputDirectory + "/demo-decoded.wav", 0, -1);
+          RunDecode(plugIn, samplePath, outputDirectory + "/demo-decoded.wav", 0, -1, false);
       status != 0) {
     return status;
   }

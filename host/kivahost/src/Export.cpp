@@ -1,12 +1,17 @@
 #include "Export.h"
 
 #include "EncoderCheck.h"
+#include "Failure.h"
+#include "Naming.h"
 #include "OpenedFile.h"
 #include "OutputFile.h"
 
 #include <kiva/KivaInterfaceTemplate.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -55,41 +60,34 @@ void Convert(const float* in, std::int64_t frames, int code, std::uint8_t* out) 
 // The plug-in's answer, with the path it was given (the temporary) shown as the user's, and the
 // cause where the host can tell it.
 int Fail(const char* what, int status, const std::vector<std::string>& messages,
-         const OutputFile& out, const std::string& cause = "") {
-  std::cerr << "\nkivahost: " << what << " (status " << status << ")\n";
+         const OutputFile& out, bool json, const std::string& cause = "") {
+  Failure failure{what, status, {}, cause};
   for (std::string message : messages) {
     for (auto at = message.find(out.TemporaryPath()); at != std::string::npos;
          at = message.find(out.TemporaryPath(), at + out.Target().size())) {
       message.replace(at, out.TemporaryPath().size(), out.Target());
     }
-    std::cerr << "  " << message << '\n';
+    failure.messages.push_back(message);
   }
-  if (!cause.empty()) {
-    std::cerr << "  Cause: " << cause << '\n';
-  } else if (out.DeviceIsFull()) {
-    std::cerr << "  Cause: no space left on the device\n";
-  }
-  return 1;
+  if (failure.cause.empty() && out.DeviceIsFull()) failure.cause = "no space left on the device";
+  if (!json) std::cerr << '\n';
+  return Report(failure, json);
 }
 
 }  // namespace
 
 int RunExport(const PlugIn& plugIn, const std::string& input, const std::string& output,
               const std::string& settings, const std::string& sampleType,
-              const std::string& formatName) {
+              const std::string& formatName, bool json) {
   const int code = CodeFor(sampleType);
-  if (code == 0) {
-    std::cerr << "kivahost: --sample-type takes 8, 16, 24 or 32f\n";
-    return 2;
-  }
+  if (code == 0) return Report({"--sample-type takes 8, 16, 24 or 32f", 0, {}, ""}, json, 2);
   try {
     OutputFile out(output, {input});
     const OpenedFile source(plugIn, input);
     const HostFormat& read = source.Format();
     const int channels = static_cast<int>(read.labels.size());
     if (channels == 0 || read.sampleCount <= 0) {
-      std::cerr << "kivahost: " << input << " has no audio to export\n";
-      return 1;
+      return Report({"cannot export " + input, 0, {}, "the file has no audio track"}, json);
     }
     HostFormat format;
     format.SetNumChannels(channels);
@@ -102,9 +100,11 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
 
     HostExportSettingsInfo info(format);
     plugIn.Call(kiva::kSelGetExportSettingsInfo, nullptr, &info);
-    std::cout << "Settings:  " << ToUtf8(format.privateSettings) << "\n"
-              << "Format:    " << info.description << "\n"
-              << "Estimate:  " << info.estimate << " bytes\n";
+    if (!json) {
+      std::cout << "Settings:  " << ToUtf8(format.privateSettings) << "\n"
+                << "Format:    " << info.description << "\n"
+                << "Estimate:  " << info.estimate << " bytes\n";
+    }
 
     // Asked first: the plug-in's answer to a refused rate or channel count names neither.
     const std::string encoder = ExpectedEncoder(formatName, ToUtf8(format.privateSettings));
@@ -112,7 +112,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
         encoder.empty() ? "" : EncoderRefusal(encoder, read.sampleRate, channels);
     HostWriteStart start(out.TemporaryPath(), format);
     if (const int status = plugIn.Call(kiva::kSelWriteStart, nullptr, &start); status != 0) {
-      return Fail("cannot start the export", status, start.reporter.Messages(), out, refusal);
+      return Fail("cannot start the export", status, start.reporter.Messages(), out, json, refusal);
     }
     constexpr std::int64_t kBlock = 65536;
     std::vector<std::vector<float>> planes(static_cast<std::size_t>(channels),
@@ -145,9 +145,10 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     if (showProgress) std::cerr << '\n';
     HostFinishWrite finish(format);
     const int finished = plugIn.Call(kiva::kSelFinishWrite, start.handle, &finish);
-    if (status != 0) return Fail("writing the export failed", status, {}, out);
-    if (finished != 0)
-      return Fail("finishing the export failed", finished, finish.reporter.Messages(), out);
+    if (status != 0) return Fail("writing the export failed", status, {}, out, json);
+    if (finished != 0) {
+      return Fail("finishing the export failed", finished, finish.reporter.Messages(), out, json);
+    }
     // Only a movie that reads back with its channels replaces what the user had.
     try {
       const OpenedFile written(plugIn, out.TemporaryPath());
@@ -155,16 +156,38 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
         throw OutputError("the movie written does not read back with its channels");
       }
     } catch (const PlugInError& error) {
-      return Fail("the movie written does not read back", error.Status(), error.Messages(), out);
+      return Fail("the movie written does not read back", error.Status(), error.Messages(), out,
+                  json);
     }
     out.Commit();
-    std::cout << "Wrote " << read.sampleCount << " frames of " << channels << " channels at "
-              << read.sampleRate << " Hz to " << output << '\n';
+    if (json) {
+      struct stat written {};
+      ::stat(output.c_str(), &written);
+      std::cout << nlohmann::ordered_json{{"input", input},
+                                          {"output", output},
+                                          {"settings", ToUtf8(format.privateSettings)},
+                                          {"format", info.description},
+                                          {"sampleType",
+                                           {{"code", code}, {"name", SampleTypeName(code)}}},
+                                          {"frames", read.sampleCount},
+                                          {"durationSeconds",
+                                           static_cast<double>(read.sampleCount) / read.sampleRate},
+                                          {"channels", channels},
+                                          {"sampleRate", read.sampleRate},
+                                          {"estimatedBytes", info.estimate},
+                                          {"bytes", written.st_size}}
+                       .dump(2)
+                << '\n';
+    } else {
+      std::cout << "Wrote " << Counted(read.sampleCount, "frame") << " of "
+                << Counted(channels, "channel") << " at " << read.sampleRate << " Hz to " << output
+                << '\n';
+    }
     return 0;
   } catch (const PlugInError& error) {
-    return ReportFailure(error);
+    return ReportFailure(error, input, json);
   } catch (const OutputError& error) {
-    return ReportOutputFailure(output, error);
+    return ReportOutputFailure(output, error, json);
   }
 }
 

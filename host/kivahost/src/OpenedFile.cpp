@@ -2,8 +2,6 @@
 
 #include <kiva/KivaInterfaceTemplate.h>
 
-#include <iostream>
-
 namespace kivahost {
 
 PlugInError::PlugInError(const std::string& what, int status, std::vector<std::string> messages)
@@ -45,12 +43,6 @@ int OpenedFile::ReadFrame(int index, int width, int height, std::vector<std::uin
   framesAsked = true;
   HostReadVideoFrame request(index, width, height, reinterpret_cast<char*>(pixels.data()));
   return plugIn.Call(kiva::kSelReadVideoFrame, handle, &request);
-}
-
-int ReportFailure(const PlugInError& error) {
-  std::cerr << "kivahost: " << error.what() << " (status " << error.Status() << ")\n";
-  for (const auto& message : error.Messages()) std::cerr << "  " << message << '\n';
-  return 1;
 }
 
 std::string LabelName(std::uint32_t label) {

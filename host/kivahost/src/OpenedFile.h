@@ -54,9 +54,6 @@ class PlugInError : public std::runtime_error {
   std::vector<std::string> messages;
 };
 
-// Prints the failure, its status and the plug-in's messages; answers the exit status.
-int ReportFailure(const PlugInError& error);
-
 // The host's name of a channel label ("L", "R", "C", "LFE", ... or "-" for none).
 std::string LabelName(std::uint32_t label);
 

@@ -16,7 +16,6 @@
 #include <climits>
 #include <cstring>
 #include <filesystem>
-#include <iostream>
 #include <regex>
 
 namespace kivahost {
@@ -241,11 +240,6 @@ void OutputFile::Commit() {
     ::fsync(directory);
     ::close(directory);
   }
-}
-
-int ReportOutputFailure(const std::string& target, const OutputError& error) {
-  std::cerr << "kivahost: cannot write " << target << ": " << error.what() << '\n';
-  return 1;
 }
 
 void RemoveTemporariesOnInterruption() {

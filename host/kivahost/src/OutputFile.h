@@ -58,7 +58,4 @@ void RemoveTemporariesOnInterruption();
 // A plain sentence for an errno value, as the user should read it.
 std::string DescribeError(int error);
 
-// Prints "kivahost: cannot write TARGET: CAUSE" and answers the failure's exit status.
-int ReportOutputFailure(const std::string& target, const OutputError& error);
-
 }  // namespace kivahost

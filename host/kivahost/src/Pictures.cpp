@@ -1,12 +1,18 @@
 #include "Pictures.h"
 
 #include "Envelopes.h"
+#include "Failure.h"
+#include "Naming.h"
 #include "OpenedFile.h"
 #include "OutputFile.h"
+#include "PlainCause.h"
 #include "PreviewPainting.h"
 #include "TimeAxis.h"
 
 #include <noxui/ui/Application.h>
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
 
 #include <QBuffer>
 #include <QFont>
@@ -44,12 +50,10 @@ QString Facts(const std::string& path, const OpenedFile& file) {
   QString text = QString::fromStdString(path.substr(path.find_last_of('/') + 1)) + "   " +
                  QString::fromStdString(file.Open().description);
   if (!format.labels.empty()) {
-    QString labels;
-    for (const auto label : format.labels) labels += QString::fromStdString(LabelName(label)) + " ";
     text +=
         QString("   %1 ch (%2)  %3 Hz  %4 s")
             .arg(format.labels.size())
-            .arg(labels.trimmed())
+            .arg(QString::fromStdString(ChannelSetName(format.labels)))
             .arg(format.sampleRate)
             .arg(format.sampleRate > 0 ? static_cast<double>(format.sampleCount) / format.sampleRate
                                        : 0,
@@ -69,7 +73,7 @@ QString Facts(const std::string& path, const OpenedFile& file) {
 }  // namespace
 
 int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width, int height,
-             const std::string& output) {
+             const std::string& output, bool json) {
   try {
     OutputFile out(output, {path});
     OpenedFile file(plugIn, path);
@@ -80,19 +84,33 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
     }
     std::vector<std::uint8_t> pixels;
     if (const int status = file.ReadFrame(index, width, height, pixels); status != 0) {
-      std::cerr << "kivahost: frame " << index << " of " << path << " at " << width << "x" << height
-                << " failed (status " << status << ")\n";
-      return 1;
+      return Report({"frame " + std::to_string(index) + " of " + path + " at " +
+                         std::to_string(width) + "x" + std::to_string(height) + " failed",
+                     status,
+                     {},
+                     FrameCause(video, index, width, height)},
+                    json);
     }
     // Encoding a picture needs no application object (and none of its platform set-up).
     SavePng(ToImage(pixels, width, height), out);
-    std::cout << "Wrote frame " << index << " at " << width << "x" << height << " to " << output
-              << '\n';
+    if (json) {
+      struct stat written {};
+      ::stat(output.c_str(), &written);
+      std::cout << nlohmann::ordered_json{{"input", path},           {"output", output},
+                                          {"format", "PNG"},         {"index", index},
+                                          {"width", width},          {"height", height},
+                                          {"bytes", written.st_size}}
+                       .dump(2)
+                << '\n';
+    } else {
+      std::cout << "Wrote frame " << index << " at " << width << "x" << height << " to " << output
+                << '\n';
+    }
     return 0;
   } catch (const PlugInError& error) {
-    return ReportFailure(error);
+    return ReportFailure(error, path, json);
   } catch (const OutputError& error) {
-    return ReportOutputFailure(output, error);
+    return ReportOutputFailure(output, error, json);
   }
 }
 
@@ -180,9 +198,9 @@ int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string&
     std::cout << "Wrote the preview of " << path << " to " << output << '\n';
     return 0;
   } catch (const PlugInError& error) {
-    return ReportFailure(error);
+    return ReportFailure(error, path, false);
   } catch (const OutputError& error) {
-    return ReportOutputFailure(output, error);
+    return ReportOutputFailure(output, error, false);
   }
 }
 

@@ -8,9 +8,10 @@
 
 namespace kivahost {
 
-// Writes frame `index` of `path` at width x height (0: the movie's own size) as PNG.
+// Writes frame `index` of `path` at width x height (0: the movie's own size) as PNG; under
+// `json` says what it wrote (or why not) as one JSON object.
 int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width, int height,
-             const std::string& output);
+             const std::string& output, bool json);
 
 // Writes one picture with the file's facts, the waveform of every channel (its level on `scale`)
 // over a time axis, and a strip of evenly spaced video frames with their times, everything read

@@ -3,9 +3,11 @@
 
 #include "Commands.h"
 #include "Export.h"
+#include "Failure.h"
 #include "OutputFile.h"
 #include "Pictures.h"
 #include "PlugIn.h"
+#include "Probe.h"
 #include "Settings.h"
 
 #include <kiva/KivaVersion.h>
@@ -18,7 +20,6 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <regex>
@@ -92,6 +93,7 @@ int main(int argc, char** argv) {
   decode->add_option("--start", start, "first frame")->check(CLI::NonNegativeNumber);
   decode->add_option("--frames", frames, "number of frames (default: to the end)")
       ->check(CLI::NonNegativeNumber);
+  decode->add_flag("--json", json, "machine-readable output");
 
   int frameIndex = 0;
   std::string size = "0x0";
@@ -105,6 +107,7 @@ int main(int argc, char** argv) {
       ->check(CLI::NonNegativeNumber);
   frame->add_option("--size", size, "WIDTHxHEIGHT (default: the movie's own)");
   frame->add_option("-o,--output", output, "the PNG file to write")->required();
+  frame->add_flag("--json", json, "machine-readable output");
 
   CLI::App* preview = cli.add_subcommand("preview", "waveforms and frames of a file as PNG");
   preview->add_option("FILE", file, "media file")->required();
@@ -125,6 +128,7 @@ int main(int argc, char** argv) {
   std::string formatName;
   exportCommand->add_option("--format", formatName,
                             "export format as the settings dialog lists it (aac, alac, ac3, ...)");
+  exportCommand->add_flag("--json", json, "machine-readable output");
 
   std::string script;
   CLI::App* settingsCommand =
@@ -150,15 +154,14 @@ int main(int argc, char** argv) {
     const kivahost::PlugIn plugIn(bundlePath);
     if (info->parsed()) return kivahost::RunInfo(plugIn, json);
     if (probe->parsed()) return kivahost::RunProbe(plugIn, file, json);
-    if (decode->parsed()) return kivahost::RunDecode(plugIn, file, output, start, frames);
+    if (decode->parsed()) return kivahost::RunDecode(plugIn, file, output, start, frames, json);
     if (frame->parsed()) {
       int width = 0;
       int height = 0;
       if (std::sscanf(size.c_str(), "%dx%d", &width, &height) != 2 || width < 0 || height < 0) {
-        std::cerr << "kivahost: --size takes WIDTHxHEIGHT, such as 640x360\n";
-        return 2;
+        return kivahost::Report({"--size takes WIDTHxHEIGHT, such as 640x360", 0, {}, ""}, json, 2);
       }
-      return kivahost::RunFrame(plugIn, file, frameIndex, width, height, output);
+      return kivahost::RunFrame(plugIn, file, frameIndex, width, height, output, json);
     }
     if (preview->parsed()) {
       return kivahost::RunPreview(
@@ -168,12 +171,11 @@ int main(int argc, char** argv) {
       if (!formatName.empty() && !kivahost::ChooseFormatByName(plugIn, formatName, settings)) {
         return 1;
       }
-      return kivahost::RunExport(plugIn, file, output, settings, sampleType, formatName);
+      return kivahost::RunExport(plugIn, file, output, settings, sampleType, formatName, json);
     }
     if (settingsCommand->parsed()) return kivahost::RunSettings(plugIn, settings, script);
     return kivahost::RunDemo(plugIn, samplePath, outputDirectory);
   } catch (const std::exception& error) {
-    std::cerr << "kivahost: " << error.what() << '\n';
-    return 2;
+    return kivahost::Report({error.what(), 0, {}, ""}, json, 2);
   }
 }
