@@ -259,6 +259,19 @@ TEST_F(NoxuiDialog, ScriptedChoicesReachThePopupAsTheUsersWould) {
   EXPECT_EQ(recorder.changes.size(), 2u);
 }
 
+TEST_F(NoxuiDialog, AHostLearnsTheTextOfTheItemItsScriptChoseByNumber) {
+  auto dialog = MakeWithButtons();
+  auto popup = dialog->GetTypedControlForID<UI_Popup>("Popup");
+  for (const char16_t* text : {u"lpcm", u"aac", u"alac"}) popup->AddItem(text);
+  EXPECT_EQ(DialogScript::Get().Chosen("Popup"), u"");
+  std::string error;
+  ASSERT_TRUE(DialogScript::Get().AddRuns("Sample: Popup=#2, Cancel", error)) << error;
+  EXPECT_EQ(dialog->RunModal(), ui::kDialogCancel);
+  EXPECT_EQ(DialogScript::Get().Chosen("Popup"), u"alac");
+  DialogScript::Get().Clear();
+  EXPECT_EQ(DialogScript::Get().Chosen("Popup"), u"");
+}
+
 TEST_F(NoxuiDialog, AScriptThatDoesNotCloseTheDialogCancelsIt) {
   auto dialog = MakeWithButtons();
   DialogScript::Get().AddRun("Sample", {Click("Action")});

@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Console.h"
 #include "Export.h"
 #include "Failure.h"
 #include "Naming.h"
@@ -7,6 +8,7 @@
 #include "OutputFile.h"
 #include "Pictures.h"
 #include "Probe.h"
+#include "Progress.h"
 #include "Settings.h"
 
 #include <sndfile.h>
@@ -18,6 +20,7 @@
 #include <cerrno>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 namespace kivahost {
 
@@ -31,20 +34,20 @@ nlohmann::ordered_json FormatToJson(const FormatDescription& format) {
 }
 
 void PrintFormat(const char* kind, const FormatDescription& format) {
-  std::cout << kind << " format: " << format.name << " [" << format.id << "]\n"
+  Results() << kind << " format: " << format.name << " [" << format.id << "]\n"
             << "  filter:     " << format.filterText << "\n"
             << "  extensions:";
-  for (const auto& extension : format.extensions) std::cout << ' ' << extension;
-  std::cout << '\n';
+  for (const auto& extension : format.extensions) Results() << ' ' << extension;
+  Results() << '\n';
 }
 
 void PrintDescription(const PlugInDescription& description) {
-  std::cout << "Plug-in:    " << description.displayName << "\n"
+  Results() << "Plug-in:    " << description.displayName << "\n"
             << "Identifier: " << description.identifier << "\n"
             << "Interface:  " << description.interfaceMajor << '.' << description.interfaceMinor
             << "\n";
   if (description.identifier.empty()) {
-    std::cout << "(the plug-in described nothing: its media layer is not usable here)\n";
+    Results() << "(the plug-in described nothing: its media layer is not usable here)\n";
   }
   for (const auto& format : description.importFormats) PrintFormat("Import", format);
   for (const auto& format : description.exportFormats) PrintFormat("Export", format);
@@ -69,7 +72,7 @@ int RunInfo(const PlugIn& plugIn, bool json) {
     for (const auto& format : description.exportFormats) {
       out["exportFormats"].push_back(FormatToJson(format));
     }
-    std::cout << out.dump(2) << '\n';
+    Results() << out.dump(2) << '\n';
   } else {
     PrintDescription(description);
   }
@@ -120,12 +123,12 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
     std::vector<float*> buffers;
     for (auto& plane : planes) buffers.push_back(plane.data());
     std::vector<float> interleaved(static_cast<std::size_t>(kBlock * channels));
-    const bool showProgress = isatty(STDERR_FILENO) != 0;
+    std::optional<Progress> progress(std::in_place, "Decoding", end - start, format.sampleRate);
     for (std::int64_t position = start; position < end; position += kBlock) {
       const std::int64_t count = std::min(kBlock, end - position);
       std::int64_t read = 0;
       if (const int status = file.Read(position, count, buffers, read); status != 0) {
-        if (showProgress) std::cerr << '\n';
+        progress.reset();
         return Report({"reading " + path + " at frame " + std::to_string(position) + " failed",
                        status,
                        {},
@@ -144,13 +147,9 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
                           : errno != 0       ? DescribeError(errno)
                                              : sf_strerror(wav.get()));
       }
-      if (showProgress) {
-        std::cerr << "\rDecoding "
-                  << (100 * (position + count - start)) / std::max<std::int64_t>(1, end - start)
-                  << "%" << std::flush;
-      }
+      progress->Update(position + count - start);
     }
-    if (showProgress) std::cerr << '\n';
+    progress.reset();
     // Closing writes the final header; only then is the file complete.
     errno = 0;
     if (sf_close(wav.release()) != 0) {
@@ -160,7 +159,7 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
     if (json) {
       struct stat written {};
       ::stat(output.c_str(), &written);
-      std::cout << nlohmann::ordered_json{{"input", path},
+      Results() << nlohmann::ordered_json{{"input", path},
                                           {"output", output},
                                           {"format", "WAV, 32-bit float"},
                                           {"startFrame", start},
@@ -173,9 +172,9 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
                        .dump(2)
                 << '\n';
     } else {
-      std::cout << "Wrote " << Counted(end - start, "frame") << " of "
+      Summary() << "Wrote " << Counted(end - start, "frame") << " of "
                 << Counted(channels, "channel") << " at " << format.sampleRate << " Hz to "
-                << output << '\n';
+                << OutputName(output) << '\n';
     }
     return 0;
   } catch (const PlugInError& error) {
@@ -188,9 +187,9 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
 int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
             const std::string& outputDirectory) {
   PrintDescription(plugIn.Description());
-  std::cout << "Sample:     " << samplePath << "\n\n";
+  Summary() << "Sample:     " << samplePath << "\n\n";
   if (const int status = RunProbe(plugIn, samplePath, false); status != 0) return status;
-  std::cout << '\n';
+  Summary() << '\n';
   if (const int status =
           RunDecode(plugIn, samplePath, outputDirectory + "/demo-decoded.wav", 0, -1, false);
       status != 0) {
@@ -201,16 +200,16 @@ int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
       status != 0) {
     return status;
   }
-  std::cout << '\n';
+  Summary() << '\n';
   const std::string exported = outputDirectory + "/demo-export.mov";
   if (const int status = RunExport(plugIn, samplePath, exported, "", "16"); status != 0) {
     return status;
   }
-  std::cout << "\nRead back:\n";
+  Summary() << "\nRead back:\n";
   if (const int status = RunProbe(plugIn, exported, false); status != 0) return status;
 
   // The settings dialog, answered by script as a person would: AAC, then OK.
-  std::cout << "\nExport settings dialog (scripted): format aac, OK\n";
+  Summary() << "\nExport settings dialog (scripted): format aac, OK\n";
   std::string settings;
   if (!ChooseFormatByName(plugIn, "aac", settings)) return 1;
   const std::string compressed = outputDirectory + "/demo-export-aac.mov";
@@ -218,7 +217,7 @@ int RunDemo(const PlugIn& plugIn, const std::string& samplePath,
       status != 0) {
     return status;
   }
-  std::cout << "\nRead back:\n";
+  Summary() << "\nRead back:\n";
   return RunProbe(plugIn, compressed, false);
 }
 

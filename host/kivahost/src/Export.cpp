@@ -1,10 +1,13 @@
 #include "Export.h"
 
+#include "Console.h"
 #include "EncoderCheck.h"
 #include "Failure.h"
 #include "Naming.h"
 #include "OpenedFile.h"
 #include "OutputFile.h"
+#include "Progress.h"
+#include "StoredBitRate.h"
 
 #include <kiva/KivaInterfaceTemplate.h>
 
@@ -17,6 +20,7 @@
 #include <cmath>
 #include <cstring>
 #include <iostream>
+#include <optional>
 
 namespace kivahost {
 
@@ -55,6 +59,18 @@ void Convert(const float* in, std::int64_t frames, int code, std::uint8_t* out) 
         std::memcpy(out + 4 * i, &x, 4);
     }
   }
+}
+
+// What the export will be, before it is written: the format the settings name (as the settings
+// dialog names it), the samples' rate and channels; for PCM also its sample size and bit rate.
+std::string WhatIsWritten(const std::string& formatName, int code, int rate, int channels) {
+  const std::string shape = ", " + std::to_string(rate) + " Hz, " + Counted(channels, "channel");
+  if (formatName.empty() || formatName == "lpcm") {
+    const int bits = code == 10 ? 8 : code == 20 ? 16 : code == 30 ? 24 : 32;
+    return "Linear PCM, " + SampleTypeName(code) + shape + ", " +
+           std::to_string(static_cast<std::int64_t>(rate) * bits * channels / 1000) + " kb/s";
+  }
+  return formatName + " (the plug-in's " + formatName + " exporter)" + shape;
 }
 
 // The plug-in's answer, with the path it was given (the temporary) shown as the user's, and the
@@ -101,9 +117,13 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     HostExportSettingsInfo info(format);
     plugIn.Call(kiva::kSelGetExportSettingsInfo, nullptr, &info);
     if (!json) {
-      std::cout << "Settings:  " << ToUtf8(format.privateSettings) << "\n"
-                << "Format:    " << info.description << "\n"
-                << "Estimate:  " << info.estimate << " bytes\n";
+      // The plug-in describes and sizes every export as uncompressed PCM, whatever the settings
+      // name: shown as its answer, beside what is really written.
+      Summary() << "Settings:        " << ToUtf8(format.privateSettings) << "\n"
+                << "Plug-in's note:  " << info.description << " (estimate " << info.estimate
+                << " bytes, as if uncompressed)\n"
+                << "Writing:         " << WhatIsWritten(formatName, code, read.sampleRate, channels)
+                << "\n";
     }
 
     // Asked first: the plug-in's answer to a refused rate or channel count names neither.
@@ -122,7 +142,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     const int bytes = code == 10 ? 1 : code == 20 ? 2 : code == 30 ? 3 : 4;
     std::vector<std::vector<std::uint8_t>> converted(static_cast<std::size_t>(channels),
                                                      std::vector<std::uint8_t>(kBlock * bytes));
-    const bool showProgress = isatty(STDERR_FILENO) != 0;
+    Progress progress("Exporting", read.sampleCount, read.sampleRate);
     int status = 0;
     for (std::int64_t position = 0; position < read.sampleCount && status == 0;
          position += kBlock) {
@@ -137,12 +157,8 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
       }
       HostWriteSamples samples(position, count, blocks, format);
       status = plugIn.Call(kiva::kSelWriteSamples, start.handle, &samples);
-      if (showProgress) {
-        std::cerr << "\rExporting " << 100 * (position + count) / read.sampleCount << "%"
-                  << std::flush;
-      }
+      progress.Update(position + count);
     }
-    if (showProgress) std::cerr << '\n';
     HostFinishWrite finish(format);
     const int finished = plugIn.Call(kiva::kSelFinishWrite, start.handle, &finish);
     if (status != 0) return Fail("writing the export failed", status, {}, out, json);
@@ -150,20 +166,23 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
       return Fail("finishing the export failed", finished, finish.reporter.Messages(), out, json);
     }
     // Only a movie that reads back with its channels replaces what the user had.
+    std::string coding;
     try {
       const OpenedFile written(plugIn, out.TemporaryPath());
       if (written.Format().labels.size() != static_cast<std::size_t>(channels)) {
         throw OutputError("the movie written does not read back with its channels");
       }
+      coding = written.Open().description;
     } catch (const PlugInError& error) {
       return Fail("the movie written does not read back", error.Status(), error.Messages(), out,
                   json);
     }
+    const std::optional<std::int64_t> bitRate = StoredAudioBitRate(out.TemporaryPath());
+    struct stat written {};
+    ::stat(out.TemporaryPath().c_str(), &written);
     out.Commit();
     if (json) {
-      struct stat written {};
-      ::stat(output.c_str(), &written);
-      std::cout << nlohmann::ordered_json{{"input", input},
+      Results() << nlohmann::ordered_json{{"input", input},
                                           {"output", output},
                                           {"settings", ToUtf8(format.privateSettings)},
                                           {"format", info.description},
@@ -175,13 +194,18 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
                                           {"channels", channels},
                                           {"sampleRate", read.sampleRate},
                                           {"estimatedBytes", info.estimate},
+                                          {"coding", coding},
+                                          {"storedBitRate",
+                                           bitRate ? nlohmann::json(*bitRate) : nlohmann::json()},
                                           {"bytes", written.st_size}}
                        .dump(2)
                 << '\n';
     } else {
-      std::cout << "Wrote " << Counted(read.sampleCount, "frame") << " of "
-                << Counted(channels, "channel") << " at " << read.sampleRate << " Hz to " << output
-                << '\n';
+      Summary() << "Wrote " << Counted(read.sampleCount, "frame") << " of "
+                << Counted(channels, "channel") << " at " << read.sampleRate << " Hz to "
+                << OutputName(output) << ": " << coding;
+      if (bitRate) Summary() << ", " << (*bitRate + 500) / 1000 << " kb/s as stored";
+      Summary() << '\n';
     }
     return 0;
   } catch (const PlugInError& error) {

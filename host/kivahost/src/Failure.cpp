@@ -1,5 +1,6 @@
 #include "Failure.h"
 
+#include "Console.h"
 #include "PlainCause.h"
 
 #include <nlohmann/json.hpp>
@@ -15,7 +16,7 @@ int Report(const Failure& failure, bool json, int exitStatus) {
                                  {"messages", failure.messages},
                                  {"cause", nullptr}};
     if (!failure.cause.empty()) error["cause"] = failure.cause;
-    std::cout << nlohmann::ordered_json{{"error", error}}.dump(2) << '\n';
+    Results() << nlohmann::ordered_json{{"error", error}}.dump(2) << '\n';
     return exitStatus;
   }
   // kivahost's own failures have no status to show: their cause is the whole story.

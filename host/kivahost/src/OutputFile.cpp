@@ -1,5 +1,7 @@
 #include "OutputFile.h"
 
+#include "Console.h"
+
 #include <noxcore/filesupport/File.h>
 #include <noxcore/utility/Strings.h>
 
@@ -125,7 +127,11 @@ std::string DescribeError(int error) {
 OutputFile::OutputFile(std::string targetPath, const std::vector<std::string>& inputs)
     : target(std::move(targetPath)) {
   if (target.empty()) throw OutputError("no output file was named");
-  const std::string directory = DirectoryOf(target);
+  if (target == "-") {
+    OpenForStandardOutput();
+    return;
+  }
+  directory = DirectoryOf(target);
   const std::string name = std::filesystem::path(target).filename().string();
   if (name.empty() || name == "." || name == "..") {
     throw OutputError("the name is a directory's, not a file's");
@@ -183,6 +189,53 @@ OutputFile::OutputFile(std::string targetPath, const std::vector<std::string>& i
   slot = Register(temporary);
 }
 
+void OutputFile::OpenForStandardOutput() {
+  if (::isatty(STDOUT_FILENO) != 0) {
+    throw OutputError("standard output is a terminal; redirect it to a file or a pipe");
+  }
+  toStandardOutput = true;
+  SendDataToStandardOutput();
+  // A reader that goes away ends the copy with an error, not the process with SIGPIPE, so that
+  // the temporary is removed.
+  ::signal(SIGPIPE, SIG_IGN);
+  // Writers seek back to finish their headers: the file is made whole first, then copied out.
+  const char* temporaryDirectory = std::getenv("TMPDIR");
+  directory =
+      temporaryDirectory != nullptr && *temporaryDirectory != '\0' ? temporaryDirectory : "/tmp";
+  RemoveLeftovers(directory);
+  temporary = TemporaryName(directory, "kivahost-standard-output");
+  descriptor = ::open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (descriptor < 0) throw OutputError("the temporary " + temporary + ": " + DescribeError(errno));
+  slot = Register(temporary);
+}
+
+void OutputFile::CopyToStandardOutput() {
+  const int written = ::open(temporary.c_str(), O_RDONLY | O_CLOEXEC);
+  if (written < 0) throw OutputError("the output was not written");
+  std::vector<char> buffer(1 << 16);
+  for (;;) {
+    const ssize_t got = ::read(written, buffer.data(), buffer.size());
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    for (ssize_t sent = 0; sent < got;) {
+      const ssize_t now =
+          ::write(STDOUT_FILENO, buffer.data() + sent, static_cast<std::size_t>(got - sent));
+      if (now < 0 && errno == EINTR) continue;
+      if (now <= 0) {
+        const int error = errno;
+        ::close(written);
+        throw OutputError(error == EPIPE ? "standard output was closed before the end"
+                                         : DescribeError(error));
+      }
+      sent += now;
+    }
+  }
+  ::close(written);
+  ::unlink(temporary.c_str());
+  committed = true;
+  Unregister(slot);
+}
+
 OutputFile::~OutputFile() {
   if (committed) return;
   if (descriptor >= 0) ::close(descriptor);
@@ -192,7 +245,7 @@ OutputFile::~OutputFile() {
 
 bool OutputFile::DeviceIsFull() const {
   struct statvfs fileSystem {};
-  if (::statvfs(DirectoryOf(target).c_str(), &fileSystem) != 0) return false;
+  if (::statvfs(directory.c_str(), &fileSystem) != 0) return false;
   return static_cast<unsigned long long>(fileSystem.f_bavail) * fileSystem.f_frsize < (1u << 20);
 }
 
@@ -211,6 +264,10 @@ void OutputFile::Commit() {
   const int ours = descriptor;
   descriptor = -1;
   if (::close(ours) != 0) throw OutputError(DescribeError(errno));
+  if (toStandardOutput) {
+    CopyToStandardOutput();
+    return;
+  }
   // Flushed through the path: a plug-in given the temporary's path may have made a new file there.
   const int written = ::open(temporary.c_str(), O_RDONLY | O_CLOEXEC);
   if (written < 0) throw OutputError("the output was not written");

@@ -20,9 +20,10 @@ class OutputError : public std::runtime_error {
 
 class OutputFile {
  public:
-  // Checks that `target` can be written and is none of `inputs` (the same file through any link
-  // or path), then reserves the temporary beside it. Leftover temporaries of killed runs in that
-  // directory are removed first. Throws OutputError with the cause; nothing is written then.
+  // Checks that `target` can be written ("-": standard output, when it is not a terminal) and is
+  // none of `inputs` (the same file through any link or path), then reserves the temporary beside
+  // it. Leftover temporaries of killed runs in that directory are removed first. Throws OutputError
+  // with the cause; nothing is written then.
   OutputFile(std::string target, const std::vector<std::string>& inputs);
   // Removes the temporary unless the output was committed.
   ~OutputFile();
@@ -44,11 +45,17 @@ class OutputFile {
   void Commit();
 
  private:
+  // "-": the output is made whole in a temporary, then copied to standard output on Commit.
+  void OpenForStandardOutput();
+  void CopyToStandardOutput();
+
   std::string target;
+  std::string directory;  // where the temporary is
   std::string temporary;
   int descriptor = -1;
   int slot = -1;  // in the list of temporaries removed on interruption
   bool committed = false;
+  bool toStandardOutput = false;
 };
 
 // Installs the handler that ends the process on SIGINT (status 130) and SIGTERM (143) after

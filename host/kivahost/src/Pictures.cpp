@@ -1,5 +1,6 @@
 #include "Pictures.h"
 
+#include "Console.h"
 #include "Envelopes.h"
 #include "Failure.h"
 #include "Naming.h"
@@ -96,15 +97,15 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
     if (json) {
       struct stat written {};
       ::stat(output.c_str(), &written);
-      std::cout << nlohmann::ordered_json{{"input", path},           {"output", output},
+      Results() << nlohmann::ordered_json{{"input", path},           {"output", output},
                                           {"format", "PNG"},         {"index", index},
                                           {"width", width},          {"height", height},
                                           {"bytes", written.st_size}}
                        .dump(2)
                 << '\n';
     } else {
-      std::cout << "Wrote frame " << index << " at " << width << "x" << height << " to " << output
-                << '\n';
+      Summary() << "Wrote frame " << index << " at " << width << "x" << height << " to "
+                << OutputName(output) << '\n';
     }
     return 0;
   } catch (const PlugInError& error) {
@@ -195,7 +196,7 @@ int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string&
     }
     painter.end();
     SavePng(picture, out);
-    std::cout << "Wrote the preview of " << path << " to " << output << '\n';
+    Summary() << "Wrote the preview of " << path << " to " << OutputName(output) << '\n';
     return 0;
   } catch (const PlugInError& error) {
     return ReportFailure(error, path, false);

@@ -1,5 +1,6 @@
 #include "Probe.h"
 
+#include "Console.h"
 #include "Failure.h"
 #include "Naming.h"
 #include "OpenedFile.h"
@@ -23,35 +24,35 @@ std::string KilobitsPerSecond(std::int64_t bitsPerSecond) {
 void PrintProbe(const std::string& path, const OpenedFile& file,
                 const std::optional<std::int64_t>& storedBitRate) {
   const HostFormat& format = file.Format();
-  std::cout << "File:        " << path << "\n"
+  Results() << "File:        " << path << "\n"
             << "Description: " << file.Open().description << "\n"
             << "Format ID:   " << format.formatID << "\n";
   if (format.labels.empty()) {
-    std::cout << "Channels:    none (no audio)\n";
+    Results() << "Channels:    none (no audio)\n";
   } else {
-    std::cout << "Channels:    " << format.labels.size() << " (" << ChannelSetName(format.labels)
+    Results() << "Channels:    " << format.labels.size() << " (" << ChannelSetName(format.labels)
               << ")\n"
               << "Sample rate: " << format.sampleRate << " Hz\n"
               << "Samples:     " << SampleTypeName(format.sampleType)
               << ", as the plug-in delivers them\n"
               << "Length:      " << Counted(format.sampleCount, "frame");
     if (format.sampleRate > 0) {
-      std::cout << " (" << std::fixed << std::setprecision(3)
+      Results() << " (" << std::fixed << std::setprecision(3)
                 << static_cast<double>(format.sampleCount) / format.sampleRate << " s)";
     }
-    std::cout << "\nBit rate:    "
+    Results() << "\nBit rate:    "
               << (storedBitRate ? KilobitsPerSecond(*storedBitRate) : std::string("unknown"))
               << " as stored (" << KilobitsPerSecond(file.Open().bitRate) << " decoded to "
               << SampleTypeName(format.sampleType) << ")\n";
   }
   const VideoStreamFacts& video = format.video.facts;
   if (video.streamCount > 0) {
-    std::cout << "Video:       " << video.description << ", " << video.width << "x" << video.height
+    Results() << "Video:       " << video.description << ", " << video.width << "x" << video.height
               << ", " << Counted(video.frameCount, "frame") << " at " << std::fixed
               << std::setprecision(3) << video.frameRate << " fps (" << video.rateNumerator << "/"
               << video.rateDenominator << "), pixel aspect " << video.pixelAspectRatio << "\n";
   }
-  std::cout << "Settings:    " << ToUtf8(format.privateSettings) << "\n";
+  Results() << "Settings:    " << ToUtf8(format.privateSettings) << "\n";
 }
 
 nlohmann::ordered_json ProbeToJson(const std::string& path, const OpenedFile& file,
@@ -104,7 +105,7 @@ int RunProbe(const PlugIn& plugIn, const std::string& path, bool json) {
     const auto storedBitRate =
         file.Format().labels.empty() ? std::nullopt : StoredAudioBitRate(path);
     if (json) {
-      std::cout << ProbeToJson(path, file, storedBitRate).dump(2) << '\n';
+      Results() << ProbeToJson(path, file, storedBitRate).dump(2) << '\n';
     } else {
       PrintProbe(path, file, storedBitRate);
     }

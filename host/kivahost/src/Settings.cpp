@@ -1,9 +1,15 @@
 #include "Settings.h"
 
+#include "Console.h"
+
 #include <kiva/KivaInterfaceTemplate.h>
+#include <noxcore/utility/BinaryEncoding.h>
 #include <noxui/ui/DialogScript.h>
 
+#include <exception>
 #include <iostream>
+#include <regex>
+#include <vector>
 
 namespace kivahost {
 
@@ -32,6 +38,57 @@ bool ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::stri
   return false;
 }
 
+std::string RestoreSavedSettings(const PlugIn& plugIn, const std::string& settings) {
+  static const std::regex kFormatIndex(R"((?:^|;)FormatIndex:0:(-?[0-9]{1,9});)");
+  static const std::regex kAtomicSettings(R"((?:^|;)AtomicSettings:1:([^;]*);)");
+  std::smatch match;
+  if (!std::regex_search(settings, match, kFormatIndex)) {
+    Warn(
+        "the settings string names no export format the plug-in reads (it has no "
+        "\"FormatIndex:0:N;\"): the export is uncompressed PCM");
+    return "";
+  }
+  const int index = std::stoi(match[1].str());
+  std::smatch atomic;
+  std::vector<unsigned char> bytes;
+  if (std::regex_search(settings, atomic, kAtomicSettings)) {
+    static const std::regex kBitRate(R"((?:^|\n)bit_rate=([0-9]{1,12})\n)");
+    std::smatch bitRate;
+    if (!noxcore::utility::DecodeBinaryDataFromUTF8String(atomic[1].str(), bytes)) {
+      Warn(
+          "the exporter settings in the string (AtomicSettings) do not decode: the format's own "
+          "defaults are used");
+    } else if (const std::string text(bytes.begin(), bytes.end());
+               std::regex_search(text, bitRate, kBitRate)) {
+      // The plug-in keeps the exporter's settings with the string but codes with the format's
+      // defaults: nobody should believe the rate they chose is the one written.
+      Warn("the settings ask for " + std::to_string(std::stoll(bitRate[1].str()) / 1000) +
+           " kb/s, but the plug-in codes every format at its own default bit rate");
+    }
+  }
+  noxui::ui::ScriptStep choose;
+  choose.controlID = "ExportFormatPopupID";
+  choose.kind = noxui::ui::ScriptStep::kChooseIndex;
+  choose.index = index;
+  noxui::ui::ScriptStep cancel;
+  cancel.controlID = "CancelButtonID";
+  noxui::ui::DialogScript::Get().AddRun("FormatOptions", {choose, cancel});
+  std::string kept = settings;
+  bool canceled = true;
+  try {
+    ChooseExportSettings(plugIn, kept, canceled);
+  } catch (const std::exception&) {
+    // The popup has no such item: the plug-in does not offer that format here.
+    noxui::ui::DialogScript::Get().Clear();
+    Warn("the settings name export format " + std::to_string(index) +
+         ", which the plug-in does not offer here: the export is uncompressed PCM");
+    return "";
+  }
+  const std::string chosen = ToUtf8(noxui::ui::DialogScript::Get().Chosen(choose.controlID));
+  noxui::ui::DialogScript::Get().Clear();
+  return chosen;
+}
+
 int RunSettings(const PlugIn& plugIn, std::string settings, const std::string& script) {
   if (!script.empty()) {
     std::string error;
@@ -47,10 +104,10 @@ int RunSettings(const PlugIn& plugIn, std::string settings, const std::string& s
     return 1;
   }
   if (canceled) {
-    std::cout << "Canceled; the settings stay: " << before << '\n';
+    Results() << "Canceled; the settings stay: " << before << '\n';
     return 0;
   }
-  std::cout << "Settings: " << settings << '\n';
+  Results() << "Settings: " << settings << '\n';
   return 0;
 }
 

@@ -16,6 +16,14 @@ int ChooseExportSettings(const PlugIn& plugIn, std::string& settings, bool& canc
 // sets `settings` to the result. On failure prints why and returns false.
 bool ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::string& settings);
 
+// Saved settings made ready for an export, as a host restores them: the plug-in knows its
+// formats only once its settings dialog has run in the process, so the dialog runs first, on the
+// saved string, answered by script with the saved format chosen by its number and then Cancel,
+// which keeps the string as it was. Returns the dialog's name of the format the string names
+// ("lpcm", "aac", ...); empty, with a warning printed, when the string names nothing the plug-in
+// reads (the export is then uncompressed PCM).
+std::string RestoreSavedSettings(const PlugIn& plugIn, const std::string& settings);
+
 // The settings command: shows the dialog (answered by `script` when given) and prints the
 // resulting private settings string.
 int RunSettings(const PlugIn& plugIn, std::string settings, const std::string& script);

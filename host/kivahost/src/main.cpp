@@ -2,6 +2,7 @@
 // line.
 
 #include "Commands.h"
+#include "Console.h"
 #include "Export.h"
 #include "Failure.h"
 #include "OutputFile.h"
@@ -9,21 +10,25 @@
 #include "PlugIn.h"
 #include "Probe.h"
 #include "Settings.h"
+#include "StandardInput.h"
 
 #include <kiva/KivaVersion.h>
 #include <orb/app/App.h>
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <regex>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -54,11 +59,63 @@ std::string BundleVersion(const std::string& bundlePath) {
   return std::regex_search(text, match, kVersion) ? match[1].str() : "unknown";
 }
 
+// The subcommand nearest to a mistyped one, by edit distance; empty when none is near.
+std::string Nearest(const std::string& typed, const std::vector<CLI::App*>& commands) {
+  std::string best;
+  std::size_t bestDistance = 3;  // more edits than this is another word
+  for (const CLI::App* command : commands) {
+    const std::string& name = command->get_name();
+    std::vector<std::size_t> row(name.size() + 1);
+    for (std::size_t j = 0; j <= name.size(); ++j) row[j] = j;
+    for (std::size_t i = 1; i <= typed.size(); ++i) {
+      std::size_t diagonal = row[0];
+      row[0] = i;
+      for (std::size_t j = 1; j <= name.size(); ++j) {
+        const std::size_t above = row[j];
+        row[j] = std::min(
+            {row[j] + 1, row[j - 1] + 1, diagonal + (typed[i - 1] == name[j - 1] ? 0 : 1)});
+        diagonal = above;
+      }
+    }
+    if (row[name.size()] < bestDistance || (name.rfind(typed, 0) == 0 && !typed.empty())) {
+      bestDistance = std::min(bestDistance, row[name.size()]);
+      best = name;
+    }
+  }
+  return best;
+}
+
+// Parses the command line; -1 to go on, else the exit status: 0 after --help or --version, 2 for
+// any usage error (with a suggestion for a mistyped command).
+int ParseCommandLine(CLI::App& cli, int argc, char** argv) {
+  try {
+    cli.parse(argc, argv);
+    return -1;
+  } catch (const CLI::ParseError& error) {
+    if (cli.exit(error) == 0) return 0;  // --help, --version
+    for (int i = 1; i < argc; ++i) {
+      const std::string word = argv[i];
+      if (word.empty() || word[0] == '-' || std::string(argv[i - 1]) == "--bundle") continue;
+      const std::vector<CLI::App*> commands = cli.get_subcommands({});
+      if (std::any_of(commands.begin(), commands.end(),
+                      [&word](const CLI::App* command) { return command->get_name() == word; })) {
+        break;
+      }
+      const std::string nearest = Nearest(word, commands);
+      std::cerr << "kivahost: '" << word << "' is not a command"
+                << (nearest.empty() ? "" : "; did you mean '" + nearest + "'?") << '\n';
+      break;
+    }
+    return 2;
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   CLI::App cli{"kivahost: the reference host for the KivaQT plug-in"};
   cli.require_subcommand(1);
+  cli.fallthrough();  // -q, -v and --bundle also after the command
 
   const char* bundleFromEnvironment = std::getenv("KIVA_BUNDLE");
   std::string bundlePath = bundleFromEnvironment != nullptr ? bundleFromEnvironment
@@ -74,6 +131,18 @@ int main(int argc, char** argv) {
   cli.add_option("--bundle", bundlePath,
                  "plug-in bundle directory (or its .so); default: $KIVA_BUNDLE, else the bundle "
                  "that comes with kivahost");
+
+  int quiet = 0;
+  int verbose = 0;
+  cli.add_flag("-q,--quiet", quiet,
+               "print no summaries and no progress (results asked for, warnings and errors stay)");
+  cli.add_flag("-v,--verbose", verbose,
+               "also print the plug-in's trace (-vv: more of it); NOX_TRACE, when set, decides");
+  cli.footer(
+      "FILE may be - for standard input, and -o - writes to standard output (then every summary "
+      "goes to standard error).\n"
+      "Exit status: 0 success, 1 failure, 2 usage error, 130 interrupted (SIGINT), "
+      "143 terminated (SIGTERM).");
 
   bool json = false;
   CLI::App* info = cli.add_subcommand("info", "print the plug-in's identity and formats");
@@ -145,8 +214,23 @@ int main(int argc, char** argv) {
   demo->add_option("--output-directory", outputDirectory,
                    "where the demo writes its results (default: the demo movie's directory)");
 
-  CLI11_PARSE(cli, argc, argv);
+  if (const int status = ParseCommandLine(cli, argc, argv); status >= 0) return status;
   kivahost::RemoveTemporariesOnInterruption();
+  kivahost::SetVerbosity(quiet > 0     ? kivahost::Verbosity::kQuiet
+                         : verbose > 0 ? kivahost::Verbosity::kVerbose
+                                       : kivahost::Verbosity::kNormal);
+  // Read by the host's trace facility when the plug-in first traces.
+  if (verbose > 0) setenv("NOX_TRACE", verbose > 1 ? "LmLog.Plug-in=7" : "LmLog.Plug-in=5", 0);
+  if (output == "-") kivahost::SendDataToStandardOutput();
+  std::optional<kivahost::StandardInputCopy> standardInput;
+  if (file == "-") {
+    try {
+      standardInput.emplace();
+    } catch (const kivahost::OutputError& error) {
+      return kivahost::Report({"cannot read standard input", 0, {}, error.what()}, json);
+    }
+    file = standardInput->Path();
+  }
 
   // The host's application object must exist before any plug-in runs.
   orb::app::App app;
@@ -170,6 +254,9 @@ int main(int argc, char** argv) {
     if (exportCommand->parsed()) {
       if (!formatName.empty() && !kivahost::ChooseFormatByName(plugIn, formatName, settings)) {
         return 1;
+      }
+      if (formatName.empty() && !settings.empty()) {
+        formatName = kivahost::RestoreSavedSettings(plugIn, settings);
       }
       return kivahost::RunExport(plugIn, file, output, settings, sampleType, formatName, json);
     }

@@ -116,7 +116,19 @@ bool DialogScript::IsActive() const {
 void DialogScript::Clear() {
   std::lock_guard lock(mutex);
   runs.clear();
+  chosen.clear();
   active = false;
+}
+
+void DialogScript::NoteChosen(const std::string& controlID, std::u16string text) {
+  std::lock_guard lock(mutex);
+  chosen[controlID] = std::move(text);
+}
+
+std::u16string DialogScript::Chosen(const std::string& controlID) const {
+  std::lock_guard lock(mutex);
+  const auto found = chosen.find(controlID);
+  return found != chosen.end() ? found->second : std::u16string();
 }
 
 }  // namespace noxui::ui

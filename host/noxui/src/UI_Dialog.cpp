@@ -114,6 +114,7 @@ int UI_Dialog::RunScripted() {
                                     detail::ToUTF16(step.controlID), item);
       }
       popup->Choose(index);
+      DialogScript::Get().NoteChosen(step.controlID, popup->GetItemText(index));
     }
     QCoreApplication::processEvents();
     detail::RaisePendingError();

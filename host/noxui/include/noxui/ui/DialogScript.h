@@ -38,13 +38,20 @@ class DialogScript {
   bool TakeRun(const std::string& name, std::vector<ScriptStep>& steps);
   // Whether dialogs are being answered by script (a run was queued since the last Clear).
   bool IsActive() const;
-  // Forgets every run and leaves scripted mode.
+  // Forgets every run and what was chosen, and leaves scripted mode.
   void Clear();
+
+  // Records the text of the item a script chose in the popup `controlID`, so that a host that
+  // chose by number learns what it chose.
+  void NoteChosen(const std::string& controlID, std::u16string text);
+  // The text of the item last chosen by script in the popup `controlID`; empty if none.
+  std::u16string Chosen(const std::string& controlID) const;
 
  private:
   mutable std::mutex mutex;
   std::map<std::string, std::deque<std::vector<ScriptStep>>> runs;
   bool active = false;
+  std::map<std::string, std::u16string> chosen;
 };
 
 }  // namespace noxui::ui

@@ -1,0 +1,41 @@
+#include "Console.h"
+
+#include <iostream>
+#include <ostream>
+#include <streambuf>
+
+namespace kivahost {
+
+namespace {
+
+Verbosity verbosity = Verbosity::kNormal;
+bool dataOnStandardOutput = false;
+
+// A stream that drops what it is given: the summary of a quiet run.
+class NullBuffer final : public std::streambuf {
+ protected:
+  int overflow(int character) override { return character == EOF ? 0 : character; }
+};
+
+}  // namespace
+
+void SetVerbosity(Verbosity wanted) { verbosity = wanted; }
+Verbosity CurrentVerbosity() { return verbosity; }
+
+void SendDataToStandardOutput() { dataOnStandardOutput = true; }
+bool StandardOutputCarriesData() { return dataOnStandardOutput; }
+
+std::ostream& Summary() {
+  static NullBuffer nothing;
+  static std::ostream quiet(&nothing);
+  if (verbosity == Verbosity::kQuiet) return quiet;
+  return Results();
+}
+
+std::ostream& Results() { return dataOnStandardOutput ? std::cerr : std::cout; }
+
+std::string OutputName(const std::string& path) { return path == "-" ? "standard output" : path; }
+
+void Warn(const std::string& text) { std::cerr << "kivahost: warning: " << text << '\n'; }
+
+}  // namespace kivahost

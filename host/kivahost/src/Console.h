@@ -1,0 +1,30 @@
+// Where kivahost's words go. Summaries (what was read, written or will be) go to standard output,
+// or to standard error while standard output carries data (a file written to "-"), and nowhere
+// under -q. JSON results are the answer asked for: -q does not silence them, but they too leave
+// standard output to the data. Warnings and failures always go to standard error.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+namespace kivahost {
+
+enum class Verbosity { kQuiet, kNormal, kVerbose };
+
+void SetVerbosity(Verbosity verbosity);
+Verbosity CurrentVerbosity();
+
+// Standard output carries the data from now on.
+void SendDataToStandardOutput();
+bool StandardOutputCarriesData();
+
+// Summaries: standard output or standard error, or nowhere under -q.
+std::ostream& Summary();
+// JSON results and JSON failures.
+std::ostream& Results();
+// An output path as a summary names it: "-" is "standard output".
+std::string OutputName(const std::string& path);
+// "kivahost: warning: TEXT" on standard error.
+void Warn(const std::string& text);
+
+}  // namespace kivahost
