@@ -159,10 +159,12 @@ int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string&
     const auto envelopes = Envelopes(file, plotWidth);
     for (int c = 0; c < channels; ++c) {
       const QRect lane(plotLeft, kHeader + c * (kLane + kLaneGap), plotWidth, kLane);
-      // A channel without a label is named by its number.
+      // One channel is mono whatever its container calls it, as in the probe; a channel without
+      // a label among several is named by its number.
       const std::uint32_t label = format.labels[static_cast<std::size_t>(c)];
-      const QString name =
-          label != 0 ? QString::fromStdString(LabelName(label)) : QString("ch %1").arg(c + 1);
+      const QString name = channels == 1 ? QString("mono")
+                           : label != 0  ? QString::fromStdString(LabelName(label))
+                                         : QString("ch %1").arg(c + 1);
       PaintLane(painter, lane, name, scale, envelopes[static_cast<std::size_t>(c)], axis, duration);
     }
     if (channels > 0) {

@@ -87,7 +87,11 @@ void PaintLane(QPainter& painter, const QRect& lane, const QString& channelName,
   // The channel's name, and the scale's unit under it where it has one.
   const QRect nameArea(lane.left() - kLaneGutter, lane.top(), 30, lane.height());
   painter.setPen(kName);
-  painter.setFont(Font(13, true));
+  // Long names ("mono", "ch 12") get a smaller font rather than lose letters.
+  for (int size = 13; size >= 8; --size) {
+    painter.setFont(Font(size, true));
+    if (painter.fontMetrics().horizontalAdvance(channelName) <= nameArea.width()) break;
+  }
   painter.drawText(nameArea, Qt::AlignLeft | Qt::AlignVCenter, channelName);
   if (scale == LevelScale::kDbfs) {
     painter.setPen(kLabel);
