@@ -159,7 +159,7 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
     if (json) {
       struct stat written {};
       ::stat(output.c_str(), &written);
-      Results() << nlohmann::ordered_json{{"input", path},
+      Results() << nlohmann::ordered_json{{"input", InputName(path)},
                                           {"output", output},
                                           {"format", "WAV, 32-bit float"},
                                           {"startFrame", start},

@@ -10,6 +10,7 @@ namespace {
 
 Verbosity verbosity = Verbosity::kNormal;
 bool dataOnStandardOutput = false;
+std::string standardInputCopy;
 
 // A stream that drops what it is given: the summary of a quiet run.
 class NullBuffer final : public std::streambuf {
@@ -33,6 +34,12 @@ std::ostream& Summary() {
 }
 
 std::ostream& Results() { return dataOnStandardOutput ? std::cerr : std::cout; }
+
+void NameStandardInputCopy(const std::string& path) { standardInputCopy = path; }
+
+std::string InputName(const std::string& path) {
+  return !standardInputCopy.empty() && path == standardInputCopy ? "standard input" : path;
+}
 
 std::string OutputName(const std::string& path) { return path == "-" ? "standard output" : path; }
 

@@ -22,6 +22,10 @@ bool StandardOutputCarriesData();
 std::ostream& Summary();
 // JSON results and JSON failures.
 std::ostream& Results();
+// The temporary copy of standard input is named as "-" was: "standard input".
+void NameStandardInputCopy(const std::string& path);
+// An input path as results name it.
+std::string InputName(const std::string& path);
 // An output path as a summary names it: "-" is "standard output".
 std::string OutputName(const std::string& path);
 // "kivahost: warning: TEXT" on standard error.

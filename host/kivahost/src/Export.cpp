@@ -182,7 +182,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     ::stat(out.TemporaryPath().c_str(), &written);
     out.Commit();
     if (json) {
-      Results() << nlohmann::ordered_json{{"input", input},
+      Results() << nlohmann::ordered_json{{"input", InputName(input)},
                                           {"output", output},
                                           {"settings", ToUtf8(format.privateSettings)},
                                           {"format", info.description},

@@ -97,9 +97,9 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
     if (json) {
       struct stat written {};
       ::stat(output.c_str(), &written);
-      Results() << nlohmann::ordered_json{{"input", path},           {"output", output},
-                                          {"format", "PNG"},         {"index", index},
-                                          {"width", width},          {"height", height},
+      Results() << nlohmann::ordered_json{{"input", InputName(path)}, {"output", output},
+                                          {"format", "PNG"},          {"index", index},
+                                          {"width", width},           {"height", height},
                                           {"bytes", written.st_size}}
                        .dump(2)
                 << '\n';

@@ -24,7 +24,7 @@ std::string KilobitsPerSecond(std::int64_t bitsPerSecond) {
 void PrintProbe(const std::string& path, const OpenedFile& file,
                 const std::optional<std::int64_t>& storedBitRate) {
   const HostFormat& format = file.Format();
-  Results() << "File:        " << path << "\n"
+  Results() << "File:        " << InputName(path) << "\n"
             << "Description: " << file.Open().description << "\n"
             << "Format ID:   " << format.formatID << "\n";
   if (format.labels.empty()) {
@@ -72,7 +72,7 @@ nlohmann::ordered_json ProbeToJson(const std::string& path, const OpenedFile& fi
   nlohmann::ordered_json stored;
   if (storedBitRate) stored = *storedBitRate;
   nlohmann::ordered_json out{
-      {"file", path},
+      {"file", InputName(path)},
       {"description", file.Open().description},
       {"formatID", format.formatID},
       {"channels", format.labels.size()},

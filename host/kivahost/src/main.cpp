@@ -230,6 +230,7 @@ int main(int argc, char** argv) {
       return kivahost::Report({"cannot read standard input", 0, {}, error.what()}, json);
     }
     file = standardInput->Path();
+    kivahost::NameStandardInputCopy(file);
   }
 
   // The host's application object must exist before any plug-in runs.
