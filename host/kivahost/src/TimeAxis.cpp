@@ -70,24 +70,25 @@ std::string FormatTime(double seconds, double step, bool clock, bool hours) {
   const auto units = static_cast<long long>(std::floor(seconds * static_cast<double>(scale) + 0.5));
   const long long whole = units / scale;
   const long long fraction = units % scale;
+  // The decimals as digits, with their leading zeros: ".05".
+  std::string decimalPart;
+  if (decimals > 0) {
+    decimalPart = std::to_string(fraction);
+    decimalPart.insert(0, static_cast<std::size_t>(decimals) - decimalPart.size(), '0');
+    decimalPart.insert(0, 1, '.');
+  }
   char text[64];
   if (!clock) {
-    if (decimals == 0) {
-      std::snprintf(text, sizeof text, "%lld s", whole);
-    } else {
-      std::snprintf(text, sizeof text, "%lld.%0*lld s", whole, decimals, fraction);
-    }
-    return text;
+    std::snprintf(text, sizeof text, "%lld", whole);
+    return text + decimalPart + " s";
   }
-  const int length = hours
-                         ? std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600,
-                                         whole / 60 % 60, whole % 60)
-                         : std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
-  if (decimals > 0) {
-    std::snprintf(text + length, sizeof text - static_cast<std::size_t>(length), ".%0*lld",
-                  decimals, fraction);
+  if (hours) {
+    std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60,
+                  whole % 60);
+  } else {
+    std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
   }
-  return text;
+  return text + decimalPart;
 }
 
 }  // namespace kivahost
