@@ -8,7 +8,7 @@ namespace kivahost {
 
 namespace {
 
-Verbosity verbosity = Verbosity::kNormal;
+bool quiet = false;
 bool dataOnStandardOutput = false;
 std::string standardInputCopy;
 
@@ -20,16 +20,15 @@ class NullBuffer final : public std::streambuf {
 
 }  // namespace
 
-void SetVerbosity(Verbosity wanted) { verbosity = wanted; }
-Verbosity CurrentVerbosity() { return verbosity; }
+void SetQuiet(bool wanted) { quiet = wanted; }
+bool IsQuiet() { return quiet; }
 
 void SendDataToStandardOutput() { dataOnStandardOutput = true; }
-bool StandardOutputCarriesData() { return dataOnStandardOutput; }
 
 std::ostream& Summary() {
   static NullBuffer nothing;
-  static std::ostream quiet(&nothing);
-  if (verbosity == Verbosity::kQuiet) return quiet;
+  static std::ostream nothingStream(&nothing);
+  if (quiet) return nothingStream;
   return Results();
 }
 
@@ -39,6 +38,15 @@ void NameStandardInputCopy(const std::string& path) { standardInputCopy = path; 
 
 std::string InputName(const std::string& path) {
   return !standardInputCopy.empty() && path == standardInputCopy ? "standard input" : path;
+}
+
+std::string WithInputNamed(std::string text) {
+  if (standardInputCopy.empty()) return text;
+  for (auto at = text.find(standardInputCopy); at != std::string::npos;
+       at = text.find(standardInputCopy, at)) {
+    text.replace(at, standardInputCopy.size(), "standard input");
+  }
+  return text;
 }
 
 std::string OutputName(const std::string& path) { return path == "-" ? "standard output" : path; }

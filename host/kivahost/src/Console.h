@@ -9,14 +9,12 @@
 
 namespace kivahost {
 
-enum class Verbosity { kQuiet, kNormal, kVerbose };
-
-void SetVerbosity(Verbosity verbosity);
-Verbosity CurrentVerbosity();
+// -q: no summaries and no progress.
+void SetQuiet(bool quiet);
+bool IsQuiet();
 
 // Standard output carries the data from now on.
 void SendDataToStandardOutput();
-bool StandardOutputCarriesData();
 
 // Summaries: standard output or standard error, or nowhere under -q.
 std::ostream& Summary();
@@ -26,6 +24,8 @@ std::ostream& Results();
 void NameStandardInputCopy(const std::string& path);
 // An input path as results name it.
 std::string InputName(const std::string& path);
+// `text` with the temporary copy's path, wherever it appears, as "standard input".
+std::string WithInputNamed(std::string text);
 // An output path as a summary names it: "-" is "standard output".
 std::string OutputName(const std::string& path);
 // "kivahost: warning: TEXT" on standard error.

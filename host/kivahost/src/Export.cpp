@@ -86,7 +86,6 @@ int Fail(const char* what, int status, const std::vector<std::string>& messages,
     failure.messages.push_back(message);
   }
   if (failure.cause.empty() && out.DeviceIsFull()) failure.cause = "no space left on the device";
-  if (!json) std::cerr << '\n';
   return Report(failure, json);
 }
 
@@ -102,7 +101,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     const OpenedFile source(plugIn, input);
     const HostFormat& read = source.Format();
     const int channels = static_cast<int>(read.labels.size());
-    if (channels == 0 || read.sampleCount <= 0) {
+    if (channels == 0 || read.sampleCount <= 0 || read.sampleRate <= 0) {
       return Report({"cannot export " + input, 0, {}, "the file has no audio track"}, json);
     }
     HostFormat format;
@@ -142,7 +141,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     const int bytes = code == 10 ? 1 : code == 20 ? 2 : code == 30 ? 3 : 4;
     std::vector<std::vector<std::uint8_t>> converted(static_cast<std::size_t>(channels),
                                                      std::vector<std::uint8_t>(kBlock * bytes));
-    Progress progress("Exporting", read.sampleCount, read.sampleRate);
+    std::optional<Progress> progress(std::in_place, "Exporting", read.sampleCount, read.sampleRate);
     int status = 0;
     for (std::int64_t position = 0; position < read.sampleCount && status == 0;
          position += kBlock) {
@@ -157,8 +156,9 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
       }
       HostWriteSamples samples(position, count, blocks, format);
       status = plugIn.Call(kiva::kSelWriteSamples, start.handle, &samples);
-      progress.Update(position + count);
+      progress->Update(position + count);
     }
+    progress.reset();  // the line ends before anything else is said
     HostFinishWrite finish(format);
     const int finished = plugIn.Call(kiva::kSelFinishWrite, start.handle, &finish);
     if (status != 0) return Fail("writing the export failed", status, {}, out, json);
@@ -178,8 +178,6 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
                   json);
     }
     const std::optional<std::int64_t> bitRate = StoredAudioBitRate(out.TemporaryPath());
-    struct stat written {};
-    ::stat(out.TemporaryPath().c_str(), &written);
     out.Commit();
     if (json) {
       Results() << nlohmann::ordered_json{{"input", InputName(input)},
@@ -197,7 +195,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
                                           {"coding", coding},
                                           {"storedBitRate",
                                            bitRate ? nlohmann::json(*bitRate) : nlohmann::json()},
-                                          {"bytes", written.st_size}}
+                                          {"bytes", out.CommittedSize()}}
                        .dump(2)
                 << '\n';
     } else {

@@ -9,7 +9,10 @@
 
 namespace kivahost {
 
-int Report(const Failure& failure, bool json, int exitStatus) {
+int Report(const Failure& given, bool json, int exitStatus) {
+  // Standard input read through its temporary copy is named as the user named it.
+  Failure failure{WithInputNamed(given.what), given.status, {}, WithInputNamed(given.cause)};
+  for (const auto& message : given.messages) failure.messages.push_back(WithInputNamed(message));
   if (json) {
     nlohmann::ordered_json error{{"what", failure.what},
                                  {"status", failure.status},

@@ -1,6 +1,7 @@
 // A failed command, told the same way whatever failed: what kivahost was doing, the plug-in's
 // status and the messages its error reporter got, and the cause in plain words where kivahost
-// can tell it. As text on standard error, or under --json as one object on standard output:
+// can tell it. As text on standard error, or under --json as one object with the results (on
+// standard output, unless that carries data):
 // {"error": {"what": ..., "status": ..., "messages": [...], "cause": ...}}.
 #pragma once
 

@@ -94,6 +94,11 @@ std::string TemporaryName(const std::string& directory, const std::string& name)
 
 }  // namespace
 
+std::string TemporaryDirectory() {
+  const char* directory = std::getenv("TMPDIR");
+  return directory != nullptr && *directory != '\0' ? directory : "/tmp";
+}
+
 std::string DescribeError(int error) {
   switch (error) {
     case ENOSPC:
@@ -199,9 +204,7 @@ void OutputFile::OpenForStandardOutput() {
   // the temporary is removed.
   ::signal(SIGPIPE, SIG_IGN);
   // Writers seek back to finish their headers: the file is made whole first, then copied out.
-  const char* temporaryDirectory = std::getenv("TMPDIR");
-  directory =
-      temporaryDirectory != nullptr && *temporaryDirectory != '\0' ? temporaryDirectory : "/tmp";
+  directory = TemporaryDirectory();
   RemoveLeftovers(directory);
   temporary = TemporaryName(directory, "kivahost-standard-output");
   descriptor = ::open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
@@ -216,7 +219,12 @@ void OutputFile::CopyToStandardOutput() {
   for (;;) {
     const ssize_t got = ::read(written, buffer.data(), buffer.size());
     if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
+    if (got < 0) {
+      const int error = errno;
+      ::close(written);
+      throw OutputError(DescribeError(error));
+    }
+    if (got == 0) break;
     for (ssize_t sent = 0; sent < got;) {
       const ssize_t now =
           ::write(STDOUT_FILENO, buffer.data() + sent, static_cast<std::size_t>(got - sent));
@@ -264,6 +272,8 @@ void OutputFile::Commit() {
   const int ours = descriptor;
   descriptor = -1;
   if (::close(ours) != 0) throw OutputError(DescribeError(errno));
+  struct stat made {};
+  if (::stat(temporary.c_str(), &made) == 0) committedSize = made.st_size;
   if (toStandardOutput) {
     CopyToStandardOutput();
     return;

@@ -43,6 +43,8 @@ class OutputFile {
   // Flushes the temporary to the disk and moves it over the target (with the target's permissions
   // when it existed); throws OutputError on failure, leaving the target untouched.
   void Commit();
+  // The size of the output committed, in bytes (also when it went to standard output).
+  long long CommittedSize() const { return committedSize; }
 
  private:
   // "-": the output is made whole in a temporary, then copied to standard output on Commit.
@@ -56,11 +58,15 @@ class OutputFile {
   int slot = -1;  // in the list of temporaries removed on interruption
   bool committed = false;
   bool toStandardOutput = false;
+  long long committedSize = 0;
 };
 
 // Installs the handler that ends the process on SIGINT (status 130) and SIGTERM (143) after
 // removing every temporary still in use.
 void RemoveTemporariesOnInterruption();
+
+// Where temporary files go: $TMPDIR, else /tmp.
+std::string TemporaryDirectory();
 
 // A plain sentence for an errno value, as the user should read it.
 std::string DescribeError(int error);

@@ -48,7 +48,8 @@ void SavePng(const QImage& picture, OutputFile& output) {
 
 QString Facts(const std::string& path, const OpenedFile& file) {
   const HostFormat& format = file.Format();
-  QString text = QString::fromStdString(path.substr(path.find_last_of('/') + 1)) + "   " +
+  const std::string name = InputName(path);
+  QString text = QString::fromStdString(name.substr(name.find_last_of('/') + 1)) + "   " +
                  QString::fromStdString(file.Open().description);
   if (!format.labels.empty()) {
     text +=
@@ -95,12 +96,13 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
     // Encoding a picture needs no application object (and none of its platform set-up).
     SavePng(ToImage(pixels, width, height), out);
     if (json) {
-      struct stat written {};
-      ::stat(output.c_str(), &written);
-      Results() << nlohmann::ordered_json{{"input", InputName(path)}, {"output", output},
-                                          {"format", "PNG"},          {"index", index},
-                                          {"width", width},           {"height", height},
-                                          {"bytes", written.st_size}}
+      Results() << nlohmann::ordered_json{{"input", InputName(path)},
+                                          {"output", output},
+                                          {"format", "PNG"},
+                                          {"index", index},
+                                          {"width", width},
+                                          {"height", height},
+                                          {"bytes", out.CommittedSize()}}
                        .dump(2)
                 << '\n';
     } else {
@@ -198,7 +200,7 @@ int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string&
     }
     painter.end();
     SavePng(picture, out);
-    Summary() << "Wrote the preview of " << path << " to " << OutputName(output) << '\n';
+    Summary() << "Wrote the preview of " << InputName(path) << " to " << OutputName(output) << '\n';
     return 0;
   } catch (const PlugInError& error) {
     return ReportFailure(error, path, false);

@@ -28,7 +28,7 @@ Progress::Progress(std::string verb, std::int64_t total, int rate)
     : verb(std::move(verb)),
       total(total),
       rate(rate),
-      shown(isatty(STDERR_FILENO) != 0 && CurrentVerbosity() != Verbosity::kQuiet) {}
+      shown(isatty(STDERR_FILENO) != 0 && !IsQuiet()) {}
 
 Progress::~Progress() {
   if (drawnOnce) std::cerr << '\n';

@@ -9,6 +9,7 @@
 #include <exception>
 #include <iostream>
 #include <regex>
+#include <stdexcept>
 #include <vector>
 
 namespace kivahost {
@@ -23,7 +24,7 @@ int ChooseExportSettings(const PlugIn& plugIn, std::string& settings, bool& canc
   return status;
 }
 
-bool ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::string& settings) {
+void ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::string& settings) {
   noxui::ui::ScriptStep choose;
   choose.controlID = "ExportFormatPopupID";
   choose.kind = noxui::ui::ScriptStep::kChooseText;
@@ -33,9 +34,9 @@ bool ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::stri
   noxui::ui::DialogScript::Get().AddRun("FormatOptions", {choose, ok});
   bool canceled = true;
   const int status = ChooseExportSettings(plugIn, settings, canceled);
-  if (status == 0 && !canceled) return true;
-  std::cerr << "kivahost: no export format chosen (status " << status << ")\n";
-  return false;
+  if (status != 0 || canceled) {
+    throw std::runtime_error("no export format chosen (status " + std::to_string(status) + ")");
+  }
 }
 
 std::string RestoreSavedSettings(const PlugIn& plugIn, const std::string& settings) {

@@ -13,8 +13,8 @@ namespace kivahost {
 int ChooseExportSettings(const PlugIn& plugIn, std::string& settings, bool& canceled);
 
 // Chooses the export format whose popup text is `name` in the dialog, answered by script, and
-// sets `settings` to the result. On failure prints why and returns false.
-bool ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::string& settings);
+// sets `settings` to the result. Throws when no format was chosen (the popup has no such item).
+void ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::string& settings);
 
 // Saved settings made ready for an export, as a host restores them: the plug-in knows its
 // formats only once its settings dialog has run in the process, so the dialog runs first, on the

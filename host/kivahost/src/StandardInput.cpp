@@ -3,19 +3,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <vector>
 
 namespace kivahost {
-
-namespace {
-
-std::string TemporaryDirectory() {
-  const char* directory = std::getenv("TMPDIR");
-  return directory != nullptr && *directory != '\0' ? directory : "/tmp";
-}
-
-}  // namespace
 
 StandardInputCopy::StandardInputCopy()
     : file(TemporaryDirectory() + "/kivahost-standard-input", {}) {

@@ -216,9 +216,7 @@ int main(int argc, char** argv) {
 
   if (const int status = ParseCommandLine(cli, argc, argv); status >= 0) return status;
   kivahost::RemoveTemporariesOnInterruption();
-  kivahost::SetVerbosity(quiet > 0     ? kivahost::Verbosity::kQuiet
-                         : verbose > 0 ? kivahost::Verbosity::kVerbose
-                                       : kivahost::Verbosity::kNormal);
+  kivahost::SetQuiet(quiet > 0);
   // Read by the host's trace facility when the plug-in first traces.
   if (verbose > 0) setenv("NOX_TRACE", verbose > 1 ? "LmLog.Plug-in=7" : "LmLog.Plug-in=5", 0);
   if (output == "-") kivahost::SendDataToStandardOutput();
@@ -253,10 +251,9 @@ int main(int argc, char** argv) {
           plugIn, file, output, dbfs ? kivahost::LevelScale::kDbfs : kivahost::LevelScale::kLinear);
     }
     if (exportCommand->parsed()) {
-      if (!formatName.empty() && !kivahost::ChooseFormatByName(plugIn, formatName, settings)) {
-        return 1;
-      }
-      if (formatName.empty() && !settings.empty()) {
+      if (!formatName.empty()) {
+        kivahost::ChooseFormatByName(plugIn, formatName, settings);
+      } else if (!settings.empty()) {
         formatName = kivahost::RestoreSavedSettings(plugIn, settings);
       }
       return kivahost::RunExport(plugIn, file, output, settings, sampleType, formatName, json);
@@ -264,6 +261,7 @@ int main(int argc, char** argv) {
     if (settingsCommand->parsed()) return kivahost::RunSettings(plugIn, settings, script);
     return kivahost::RunDemo(plugIn, samplePath, outputDirectory);
   } catch (const std::exception& error) {
-    return kivahost::Report({error.what(), 0, {}, ""}, json, 2);
+    // The bundle that does not load, a dialog that cannot be shown or answered: failures.
+    return kivahost::Report({error.what(), 0, {}, ""}, json, 1);
   }
 }

@@ -228,14 +228,12 @@ OSErr FFmpegAudioCompressor::FillBuffer(const AudioInputProc& pull, std::uint32_
       if (const OSErr error = SendFrame(frameSize); error != kNoErr) return error;
       continue;
     }
-    if (!drained) {
-      std::uint32_t frames = static_cast<std::uint32_t>(frameSize - av_audio_fifo_size(fifo.get()));
-      const void* data = nullptr;
-      if (const OSErr error = pull(frames, data); error != kNoErr) return error;
-      if (frames > 0 && data != nullptr) {
-        if (const OSErr error = Queue(data, frames); error != kNoErr) return error;
-        continue;
-      }
+    std::uint32_t frames = static_cast<std::uint32_t>(frameSize - av_audio_fifo_size(fifo.get()));
+    const void* data = nullptr;
+    if (const OSErr error = pull(frames, data); error != kNoErr) return error;
+    if (frames > 0 && data != nullptr) {
+      if (const OSErr error = Queue(data, frames); error != kNoErr) return error;
+      continue;
     }
     if (!inputEnded) break;  // nothing more for now
     // The input has ended: the rest goes out, then the coder gives back what it holds.
@@ -273,7 +271,8 @@ OSErr FFmpegAudioCompressor::ReceiveTail(std::int64_t priming) {
   }
   // A coder's last packet can hold none of the input (an MP3 frame whose bits the frame before
   // borrowed). It must stay, and a packet of no duration would count as a whole frame: it gets
-  // one frame of the packet before it, so that the packets still end exactly with the input.
+  // one frame of a packet before it in the tail, so that the packets still end exactly with the
+  // input. Where none can spare one (a tail of such packets alone), it keeps one frame too many.
   for (auto packet = tail.rbegin(); packet != tail.rend(); ++packet) {
     if (packet->duration > 0) continue;
     const auto lender = std::find_if(std::next(packet), tail.rend(), [](const TailPacket& earlier) {
