@@ -60,22 +60,30 @@ std::string AcceptedRates(const AVCodec* codec) {
 
 }  // namespace
 
-std::string ExpectedEncoder(const std::string& formatName, const std::string& settings) {
-  for (const auto& named : kEncoders) {
-    if (formatName == named.formatName) return named.encoder;
-  }
+std::optional<std::string> ExporterSettingsText(const std::string& settings, bool& present) {
   constexpr std::string_view kAtomic = "AtomicSettings:1:";
   const auto at = settings.find(kAtomic);
-  if (at == std::string::npos) return "";
+  present = at != std::string::npos;
+  if (!present) return std::nullopt;
   const auto start = at + kAtomic.size();
   const auto end = settings.find(';', start);
   std::vector<unsigned char> bytes;
   if (!noxcore::utility::DecodeBinaryDataFromUTF8String(
           std::string_view(settings).substr(start, end == std::string::npos ? end : end - start),
           bytes)) {
-    return "";
+    return std::nullopt;
   }
-  const std::string text(bytes.begin(), bytes.end());
+  return std::string(bytes.begin(), bytes.end());
+}
+
+std::string ExpectedEncoder(const std::string& formatName, const std::string& settings) {
+  for (const auto& named : kEncoders) {
+    if (formatName == named.formatName) return named.encoder;
+  }
+  bool present = false;
+  const std::optional<std::string> exporterSettings = ExporterSettingsText(settings, present);
+  if (!exporterSettings) return "";
+  const std::string& text = *exporterSettings;
   constexpr std::string_view kCodec = "codec=";
   if (text.compare(0, kCodec.size(), kCodec) != 0) return "";
   return text.substr(kCodec.size(), text.find('\n') - kCodec.size());

@@ -3,9 +3,15 @@
 // the user should learn which of the two was refused.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace kivahost {
+
+// The exporter's own settings kept in a settings string's "AtomicSettings" attribute, decoded
+// to their text ("codec=ac3\nbit_rate=384000\n"). `present` tells whether the string has the
+// attribute; nothing when it has none or when it does not decode.
+std::optional<std::string> ExporterSettingsText(const std::string& settings, bool& present);
 
 // The encoder kivahost expects for an export: from the format's name in the settings dialog
 // ("aac", "mp3", ...), or else from the "codec=" line of the exporter's own settings inside a

@@ -1,13 +1,14 @@
 #include "Settings.h"
 
 #include "Console.h"
+#include "EncoderCheck.h"
 
 #include <kiva/KivaInterfaceTemplate.h>
-#include <noxcore/utility/BinaryEncoding.h>
 #include <noxui/ui/DialogScript.h>
 
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <regex>
 #include <stdexcept>
 #include <vector>
@@ -41,7 +42,6 @@ void ChooseFormatByName(const PlugIn& plugIn, const std::string& name, std::stri
 
 std::string RestoreSavedSettings(const PlugIn& plugIn, const std::string& settings) {
   static const std::regex kFormatIndex(R"((?:^|;)FormatIndex:0:(-?[0-9]{1,9});)");
-  static const std::regex kAtomicSettings(R"((?:^|;)AtomicSettings:1:([^;]*);)");
   std::smatch match;
   if (!std::regex_search(settings, match, kFormatIndex)) {
     Warn(
@@ -50,17 +50,16 @@ std::string RestoreSavedSettings(const PlugIn& plugIn, const std::string& settin
     return "";
   }
   const int index = std::stoi(match[1].str());
-  std::smatch atomic;
-  std::vector<unsigned char> bytes;
-  if (std::regex_search(settings, atomic, kAtomicSettings)) {
+  bool present = false;
+  const std::optional<std::string> exporterSettings = ExporterSettingsText(settings, present);
+  if (present) {
     static const std::regex kBitRate(R"((?:^|\n)bit_rate=([0-9]{1,12})\n)");
     std::smatch bitRate;
-    if (!noxcore::utility::DecodeBinaryDataFromUTF8String(atomic[1].str(), bytes)) {
+    if (!exporterSettings) {
       Warn(
           "the exporter settings in the string (AtomicSettings) do not decode: the format's own "
           "defaults are used");
-    } else if (const std::string text(bytes.begin(), bytes.end());
-               std::regex_search(text, bitRate, kBitRate)) {
+    } else if (std::regex_search(*exporterSettings, bitRate, kBitRate)) {
       // The plug-in keeps the exporter's settings with the string but codes with the format's
       // defaults: nobody should believe the rate they chose is the one written.
       Warn("the settings ask for " + std::to_string(std::stoll(bitRate[1].str()) / 1000) +
