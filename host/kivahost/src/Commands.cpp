@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "Export.h"
 #include "Failure.h"
+#include "JsonText.h"
 #include "Naming.h"
 #include "OpenedFile.h"
 #include "OutputFile.h"
@@ -72,7 +73,7 @@ int RunInfo(const PlugIn& plugIn, bool json) {
     for (const auto& format : description.exportFormats) {
       out["exportFormats"].push_back(FormatToJson(format));
     }
-    Results() << out.dump(2) << '\n';
+    Results() << JsonText(out) << '\n';
   } else {
     PrintDescription(description);
   }
@@ -143,9 +144,10 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
       }
       errno = 0;
       if (sf_writef_float(wav.get(), interleaved.data(), count) != count) {
-        throw OutputError(out.DeviceIsFull() ? "no space left on the device"
-                          : errno != 0       ? DescribeError(errno)
-                                             : sf_strerror(wav.get()));
+        const std::string cause = out.FailureCause();
+        throw OutputError(!cause.empty() ? cause
+                          : errno != 0   ? DescribeError(errno)
+                                         : sf_strerror(wav.get()));
       }
       progress->Update(position + count - start);
     }
@@ -157,22 +159,21 @@ int RunDecode(const PlugIn& plugIn, const std::string& path, const std::string& 
     }
     out.Commit();
     if (json) {
-      Results() << nlohmann::ordered_json{{"input", InputName(path)},
-                                          {"output", output},
-                                          {"format", "WAV, 32-bit float"},
-                                          {"startFrame", start},
-                                          {"frames", end - start},
-                                          {"durationSeconds",
-                                           static_cast<double>(end - start) / format.sampleRate},
-                                          {"channels", channels},
-                                          {"sampleRate", format.sampleRate},
-                                          {"bytes", out.CommittedSize()}}
-                       .dump(2)
+      Results() << JsonText(nlohmann::ordered_json{
+                       {"input", InputName(path)},
+                       {"output", output},
+                       {"format", "WAV, 32-bit float"},
+                       {"startFrame", start},
+                       {"frames", end - start},
+                       {"durationSeconds", static_cast<double>(end - start) / format.sampleRate},
+                       {"channels", channels},
+                       {"sampleRate", format.sampleRate},
+                       {"bytes", out.CommittedSize()}})
                 << '\n';
     } else {
       Summary() << "Wrote " << Counted(end - start, "frame") << " of "
                 << Counted(channels, "channel") << " at " << format.sampleRate << " Hz to "
-                << OutputName(output) << '\n';
+                << out.Name() << '\n';
     }
     return 0;
   } catch (const PlugInError& error) {

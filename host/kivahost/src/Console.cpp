@@ -10,7 +10,9 @@ namespace {
 
 bool quiet = false;
 bool dataOnStandardOutput = false;
-std::string standardInputCopy;
+// What the plug-in is given in place of the input, and the input's name.
+std::string inputStandIn;
+std::string inputName;
 
 // A stream that drops what it is given: the summary of a quiet run.
 class NullBuffer final : public std::streambuf {
@@ -34,22 +36,23 @@ std::ostream& Summary() {
 
 std::ostream& Results() { return dataOnStandardOutput ? std::cerr : std::cout; }
 
-void NameStandardInputCopy(const std::string& path) { standardInputCopy = path; }
+void NameInput(const std::string& path, const std::string& name) {
+  inputStandIn = path;
+  inputName = name;
+}
 
 std::string InputName(const std::string& path) {
-  return !standardInputCopy.empty() && path == standardInputCopy ? "standard input" : path;
+  return !inputStandIn.empty() && path == inputStandIn ? inputName : path;
 }
 
 std::string WithInputNamed(std::string text) {
-  if (standardInputCopy.empty()) return text;
-  for (auto at = text.find(standardInputCopy); at != std::string::npos;
-       at = text.find(standardInputCopy, at)) {
-    text.replace(at, standardInputCopy.size(), "standard input");
+  if (inputStandIn.empty()) return text;
+  for (auto at = text.find(inputStandIn); at != std::string::npos;
+       at = text.find(inputStandIn, at + inputName.size())) {
+    text.replace(at, inputStandIn.size(), inputName);
   }
   return text;
 }
-
-std::string OutputName(const std::string& path) { return path == "-" ? "standard output" : path; }
 
 void Warn(const std::string& text) { std::cerr << "kivahost: warning: " << text << '\n'; }
 

@@ -20,14 +20,13 @@ void SendDataToStandardOutput();
 std::ostream& Summary();
 // JSON results and JSON failures.
 std::ostream& Results();
-// The temporary copy of standard input is named as "-" was: "standard input".
-void NameStandardInputCopy(const std::string& path);
+// The input the plug-in is given at `path` (a temporary copy of standard input or a pipe, a
+// descriptor of a file whose name is not UTF-8) is named `name` in everything said of it.
+void NameInput(const std::string& path, const std::string& name);
 // An input path as results name it.
 std::string InputName(const std::string& path);
-// `text` with the temporary copy's path, wherever it appears, as "standard input".
+// `text` with the input's stand-in path, wherever it appears, as the input's name.
 std::string WithInputNamed(std::string text);
-// An output path as a summary names it: "-" is "standard output".
-std::string OutputName(const std::string& path);
 // "kivahost: warning: TEXT" on standard error.
 void Warn(const std::string& text);
 

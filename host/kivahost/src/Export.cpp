@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "EncoderCheck.h"
 #include "Failure.h"
+#include "JsonText.h"
 #include "Naming.h"
 #include "OpenedFile.h"
 #include "OutputFile.h"
@@ -79,13 +80,15 @@ int Fail(const char* what, int status, const std::vector<std::string>& messages,
          const OutputFile& out, bool json, const std::string& cause = "") {
   Failure failure{what, status, {}, cause};
   for (std::string message : messages) {
-    for (auto at = message.find(out.TemporaryPath()); at != std::string::npos;
-         at = message.find(out.TemporaryPath(), at + out.Target().size())) {
-      message.replace(at, out.TemporaryPath().size(), out.Target());
+    for (const std::string& temporary : {out.PlugInPath(), out.TemporaryPath()}) {
+      for (auto at = message.find(temporary); at != std::string::npos;
+           at = message.find(temporary, at + out.Target().size())) {
+        message.replace(at, temporary.size(), out.Target());
+      }
     }
     failure.messages.push_back(message);
   }
-  if (failure.cause.empty() && out.DeviceIsFull()) failure.cause = "no space left on the device";
+  if (failure.cause.empty()) failure.cause = out.FailureCause();
   return Report(failure, json);
 }
 
@@ -129,7 +132,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     const std::string encoder = ExpectedEncoder(formatName, ToUtf8(format.privateSettings));
     const std::string refusal =
         encoder.empty() ? "" : EncoderRefusal(encoder, read.sampleRate, channels);
-    HostWriteStart start(out.TemporaryPath(), format);
+    HostWriteStart start(out.PlugInPath(), format);
     if (const int status = plugIn.Call(kiva::kSelWriteStart, nullptr, &start); status != 0) {
       return Fail("cannot start the export", status, start.reporter.Messages(), out, json, refusal);
     }
@@ -168,7 +171,7 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     // Only a movie that reads back with its channels replaces what the user had.
     std::string coding;
     try {
-      const OpenedFile written(plugIn, out.TemporaryPath());
+      const OpenedFile written(plugIn, out.PlugInPath());
       if (written.Format().labels.size() != static_cast<std::size_t>(channels)) {
         throw OutputError("the movie written does not read back with its channels");
       }
@@ -180,28 +183,25 @@ int RunExport(const PlugIn& plugIn, const std::string& input, const std::string&
     const std::optional<std::int64_t> bitRate = StoredAudioBitRate(out.TemporaryPath());
     out.Commit();
     if (json) {
-      Results() << nlohmann::ordered_json{{"input", InputName(input)},
-                                          {"output", output},
-                                          {"settings", ToUtf8(format.privateSettings)},
-                                          {"format", info.description},
-                                          {"sampleType",
-                                           {{"code", code}, {"name", SampleTypeName(code)}}},
-                                          {"frames", read.sampleCount},
-                                          {"durationSeconds",
-                                           static_cast<double>(read.sampleCount) / read.sampleRate},
-                                          {"channels", channels},
-                                          {"sampleRate", read.sampleRate},
-                                          {"estimatedBytes", info.estimate},
-                                          {"coding", coding},
-                                          {"storedBitRate",
-                                           bitRate ? nlohmann::json(*bitRate) : nlohmann::json()},
-                                          {"bytes", out.CommittedSize()}}
-                       .dump(2)
+      Results() << JsonText(nlohmann::ordered_json{
+                       {"input", InputName(input)},
+                       {"output", output},
+                       {"settings", ToUtf8(format.privateSettings)},
+                       {"format", info.description},
+                       {"sampleType", {{"code", code}, {"name", SampleTypeName(code)}}},
+                       {"frames", read.sampleCount},
+                       {"durationSeconds", static_cast<double>(read.sampleCount) / read.sampleRate},
+                       {"channels", channels},
+                       {"sampleRate", read.sampleRate},
+                       {"estimatedBytes", info.estimate},
+                       {"coding", coding},
+                       {"storedBitRate", bitRate ? nlohmann::json(*bitRate) : nlohmann::json()},
+                       {"bytes", out.CommittedSize()}})
                 << '\n';
     } else {
       Summary() << "Wrote " << Counted(read.sampleCount, "frame") << " of "
                 << Counted(channels, "channel") << " at " << read.sampleRate << " Hz to "
-                << OutputName(output) << ": " << coding;
+                << out.Name() << ": " << coding;
       if (bitRate) Summary() << ", " << (*bitRate + 500) / 1000 << " kb/s as stored";
       Summary() << '\n';
     }

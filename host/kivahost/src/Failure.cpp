@@ -1,6 +1,7 @@
 #include "Failure.h"
 
 #include "Console.h"
+#include "JsonText.h"
 #include "PlainCause.h"
 
 #include <nlohmann/json.hpp>
@@ -19,7 +20,7 @@ int Report(const Failure& given, bool json, int exitStatus) {
                                  {"messages", failure.messages},
                                  {"cause", nullptr}};
     if (!failure.cause.empty()) error["cause"] = failure.cause;
-    Results() << nlohmann::ordered_json{{"error", error}}.dump(2) << '\n';
+    Results() << JsonText(nlohmann::ordered_json{{"error", error}}) << '\n';
     return exitStatus;
   }
   // kivahost's own failures have no status to show: their cause is the whole story.

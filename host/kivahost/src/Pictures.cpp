@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "Envelopes.h"
 #include "Failure.h"
+#include "JsonText.h"
 #include "Naming.h"
 #include "OpenedFile.h"
 #include "OutputFile.h"
@@ -96,18 +97,17 @@ int RunFrame(const PlugIn& plugIn, const std::string& path, int index, int width
     // Encoding a picture needs no application object (and none of its platform set-up).
     SavePng(ToImage(pixels, width, height), out);
     if (json) {
-      Results() << nlohmann::ordered_json{{"input", InputName(path)},
-                                          {"output", output},
-                                          {"format", "PNG"},
-                                          {"index", index},
-                                          {"width", width},
-                                          {"height", height},
-                                          {"bytes", out.CommittedSize()}}
-                       .dump(2)
+      Results() << JsonText(nlohmann::ordered_json{{"input", InputName(path)},
+                                                   {"output", output},
+                                                   {"format", "PNG"},
+                                                   {"index", index},
+                                                   {"width", width},
+                                                   {"height", height},
+                                                   {"bytes", out.CommittedSize()}})
                 << '\n';
     } else {
       Summary() << "Wrote frame " << index << " at " << width << "x" << height << " to "
-                << OutputName(output) << '\n';
+                << out.Name() << '\n';
     }
     return 0;
   } catch (const PlugInError& error) {
@@ -200,7 +200,7 @@ int RunPreview(const PlugIn& plugIn, const std::string& path, const std::string&
     }
     painter.end();
     SavePng(picture, out);
-    Summary() << "Wrote the preview of " << InputName(path) << " to " << OutputName(output) << '\n';
+    Summary() << "Wrote the preview of " << InputName(path) << " to " << out.Name() << '\n';
     return 0;
   } catch (const PlugInError& error) {
     return ReportFailure(error, path, false);

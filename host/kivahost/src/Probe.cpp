@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "Failure.h"
+#include "JsonText.h"
 #include "Naming.h"
 #include "OpenedFile.h"
 #include "StoredBitRate.h"
@@ -105,7 +106,7 @@ int RunProbe(const PlugIn& plugIn, const std::string& path, bool json) {
     const auto storedBitRate =
         file.Format().labels.empty() ? std::nullopt : StoredAudioBitRate(path);
     if (json) {
-      Results() << ProbeToJson(path, file, storedBitRate).dump(2) << '\n';
+      Results() << JsonText(ProbeToJson(path, file, storedBitRate)) << '\n';
     } else {
       PrintProbe(path, file, storedBitRate);
     }

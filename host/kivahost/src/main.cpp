@@ -5,17 +5,20 @@
 #include "Console.h"
 #include "Export.h"
 #include "Failure.h"
+#include "InputFile.h"
+#include "Interruption.h"
 #include "OutputFile.h"
 #include "Pictures.h"
 #include "PlugIn.h"
 #include "Probe.h"
 #include "Settings.h"
-#include "StandardInput.h"
 
 #include <kiva/KivaVersion.h>
 #include <orb/app/App.h>
 
 #include <CLI/CLI.hpp>
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -141,8 +144,9 @@ int main(int argc, char** argv) {
   cli.footer(
       "FILE may be - for standard input, and -o - writes to standard output (then every summary "
       "goes to standard error).\n"
-      "Exit status: 0 success, 1 failure, 2 usage error, 130 interrupted (SIGINT), "
-      "143 terminated (SIGTERM).");
+      "Exit status: 0 success, 1 failure, 2 usage error; ended by a signal, 128 + its number, "
+      "with every temporary removed: 129 SIGHUP (the terminal closed), 130 SIGINT (Ctrl-C), 131 "
+      "SIGQUIT, 141 SIGPIPE (the reader of the output went away), 143 SIGTERM.");
 
   bool json = false;
   CLI::App* info = cli.add_subcommand("info", "print the plug-in's identity and formats");
@@ -219,16 +223,28 @@ int main(int argc, char** argv) {
   kivahost::SetQuiet(quiet > 0);
   // Read by the host's trace facility when the plug-in first traces.
   if (verbose > 0) setenv("NOX_TRACE", verbose > 1 ? "LmLog.Plug-in=7" : "LmLog.Plug-in=5", 0);
-  if (output == "-") kivahost::SendDataToStandardOutput();
-  std::optional<kivahost::StandardInputCopy> standardInput;
-  if (file == "-") {
+  if (!output.empty()) {
     try {
-      standardInput.emplace();
-    } catch (const kivahost::OutputError& error) {
-      return kivahost::Report({"cannot read standard input", 0, {}, error.what()}, json);
+      if (kivahost::ResolveOutput(output).descriptor == STDOUT_FILENO) {
+        kivahost::SendDataToStandardOutput();
+      }
+    } catch (const kivahost::OutputError&) {
+      // Told when the output is made, with the command's own words.
     }
-    file = standardInput->Path();
-    kivahost::NameStandardInputCopy(file);
+  }
+  std::optional<kivahost::InputFile> input;
+  if (!file.empty()) {
+    try {
+      input.emplace(file);
+    } catch (const kivahost::OutputError& error) {
+      return kivahost::Report(
+          {"cannot read " + (file == "-" ? std::string("standard input") : file),
+           0,
+           {},
+           error.what()},
+          json);
+    }
+    file = input->Path();
   }
 
   // The host's application object must exist before any plug-in runs.
