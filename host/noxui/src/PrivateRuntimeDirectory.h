@@ -6,8 +6,9 @@
 
 namespace noxui::ui::detail {
 
-// The runtime directory to use under `temporaryDirectory`, made there if missing. Empty when none
-// could be made.
+// The runtime directory to use under `temporaryDirectory`: the usual one of the current user,
+// made if missing, when it is a directory of the user's own with mode 0700; else a fresh private
+// one. Empty when none could be made.
 std::string PrivateRuntimeDirectory(const std::string& temporaryDirectory);
 
 }  // namespace noxui::ui::detail
