@@ -6,11 +6,16 @@
 #     CMake package (find_package(Kiva CONFIG): Kiva::sdk, Kiva::noxcore, Kiva::noxui, Kiva::uit,
 #     Kiva::orb) and pkg-config files (kiva-sdk, noxcore, noxui, uit, orb).
 include(CMakePackageConfigHelpers)
+include(${CMAKE_CURRENT_LIST_DIR}/Runpath.cmake)
 
 set(KIVA_CMAKE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Kiva)
 
 install(TARGETS kiva_sdk noxcore noxui uit orb EXPORT KivaTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev)
+# Installed beside each other, the frameworks find each other through $ORIGIN.
+foreach(framework noxcore noxui uit orb)
+  kiva_install_runpath(${framework} ${CMAKE_INSTALL_LIBDIR} "$ORIGIN")
+endforeach()
 install(DIRECTORY sdk/include/kiva host/noxcore/include/noxcore host/noxui/include/noxui
                   host/uit/include/uit host/orb/include/orb
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
@@ -45,17 +50,18 @@ kiva_pkg_config(orb "Host application and workspace" "noxui" "-L\${libdir} -lorb
 # The bundle, laid out as in the build tree; its library finds the frameworks from its place.
 kiva_install_relative(KIVA_BUNDLE_TO_LIBDIR ${KIVA_INSTALL_BUNDLE_DIR}/Contents/Linux
                       ${CMAKE_INSTALL_LIBDIR})
-set_target_properties(KivaQT PROPERTIES INSTALL_RPATH "$ORIGIN/${KIVA_BUNDLE_TO_LIBDIR}")
 install(TARGETS KivaQT LIBRARY DESTINATION ${KIVA_INSTALL_BUNDLE_DIR}/Contents/Linux
         COMPONENT runtime)
+kiva_install_runpath(KivaQT ${KIVA_INSTALL_BUNDLE_DIR}/Contents/Linux
+                     "$ORIGIN/${KIVA_BUNDLE_TO_LIBDIR}")
 install(FILES ${KIVAQT_BUNDLE_DIR}/Contents/Info.plist
         DESTINATION ${KIVA_INSTALL_BUNDLE_DIR}/Contents COMPONENT runtime)
 install(FILES ${KIVAQT_RESOURCE_FILES}
         DESTINATION ${KIVA_INSTALL_BUNDLE_DIR}/Contents/Resources COMPONENT runtime)
 
 kiva_install_relative(KIVA_BINDIR_TO_LIBDIR ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_LIBDIR})
-set_target_properties(kivahost PROPERTIES INSTALL_RPATH "$ORIGIN/${KIVA_BINDIR_TO_LIBDIR}")
 install(TARGETS kivahost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+kiva_install_runpath(kivahost ${CMAKE_INSTALL_BINDIR} "$ORIGIN/${KIVA_BINDIR_TO_LIBDIR}")
 install(FILES ${KIVA_DEMO_SAMPLE} DESTINATION ${KIVA_INSTALL_SAMPLE_DIR} COMPONENT runtime)
 install(FILES ${KIVAHOST_MAN_PAGE}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(FILES host/kivahost/completion/kivahost

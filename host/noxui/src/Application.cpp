@@ -3,11 +3,10 @@
 
 #include <QApplication>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <string>
+
+#include "PrivateRuntimeDirectory.h"
 
 namespace noxui::ui {
 
@@ -36,10 +35,13 @@ void EnsureApplication() {
   }
   if (std::getenv("XDG_RUNTIME_DIR") == nullptr) {
     // The toolkit wants a private runtime directory; a process started outside a session has
-    // none.
-    const std::string runtime = "/tmp/noxui-runtime-" + std::to_string(getuid());
-    mkdir(runtime.c_str(), 0700);
-    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 0);
+    // none. Without one it warns and makes its own.
+    const char* temporary = std::getenv("TMPDIR");
+    const std::string runtime = detail::PrivateRuntimeDirectory(
+        temporary != nullptr && *temporary != '\0' ? temporary : "/tmp");
+    if (!runtime.empty()) {
+      setenv("XDG_RUNTIME_DIR", runtime.c_str(), 0);
+    }
   }
   // The toolkit keeps argc and argv for the application's life: both must be static. The
   // application is never destroyed: at exit, the order in which the toolkit's own statics go is
