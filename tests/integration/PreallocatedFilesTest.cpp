@@ -12,6 +12,8 @@
 #include <chrono>
 #include <filesystem>
 
+#include <stdlib.h>
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -25,12 +27,14 @@ constexpr auto kAtMost = std::chrono::seconds(20);
 class PreallocatedFiles : public ::testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
-    std::string name = ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    std::replace(name.begin(), name.end(), '/', '-');
-    directory = fs::path(::testing::TempDir()) / ("preallocated-" + name);
-    fs::create_directories(directory);
+    // A directory of its own, even beside one that a killed run left behind.
+    std::string pattern = (fs::path(::testing::TempDir()) / "preallocated-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+    directory = pattern;
   }
-  void TearDown() override { fs::remove_all(directory); }
+  void TearDown() override {
+    if (!directory.empty()) fs::remove_all(directory);
+  }
   fs::path directory;
 };
 
