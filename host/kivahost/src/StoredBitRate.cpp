@@ -5,6 +5,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -20,6 +21,17 @@ struct InputCloser {
 struct PacketFreer {
   void operator()(AVPacket* packet) const { av_packet_free(&packet); }
 };
+
+// The rate is a summary, not worth a wait: reading stops after a second (FFmpeg asks at every
+// refill of its buffer), and tracks are measured over the packets read by then. Without it, a
+// file followed by gigabytes of zeros (a preallocated recording stopped early) kept FFmpeg
+// walking the zeros for minutes looking for more chunks or frames.
+constexpr std::chrono::seconds kMeasuringTime{1};
+
+int PastDeadline(void* opaque) {
+  return std::chrono::steady_clock::now() >
+         *static_cast<const std::chrono::steady_clock::time_point*>(opaque);
+}
 
 bool IsAudio(const AVStream* stream) {
   return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO &&
@@ -65,7 +77,12 @@ void MeasureUnstatedRates(AVFormatContext* context, std::vector<std::int64_t>& r
 }  // namespace
 
 std::optional<std::int64_t> StoredAudioBitRate(const std::string& path) {
-  AVFormatContext* opened = nullptr;
+  const auto deadline = std::chrono::steady_clock::now() + kMeasuringTime;
+  AVFormatContext* opened = avformat_alloc_context();
+  if (opened == nullptr) return std::nullopt;
+  opened->interrupt_callback =
+      AVIOInterruptCB{PastDeadline, const_cast<void*>(static_cast<const void*>(&deadline))};
+  // avformat_open_input frees the context when it fails.
   if (avformat_open_input(&opened, path.c_str(), nullptr, nullptr) < 0) return std::nullopt;
   std::unique_ptr<AVFormatContext, InputCloser> context(opened);
   if (avformat_find_stream_info(context.get(), nullptr) < 0) return std::nullopt;

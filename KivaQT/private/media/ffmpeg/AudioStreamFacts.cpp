@@ -1,5 +1,7 @@
 #include "AudioStreamFacts.h"
 
+#include "BoundedInput.h"
+
 extern "C" {
 #include <libavcodec/ac3_parser.h>
 #include <libavutil/opt.h>
@@ -141,7 +143,7 @@ void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams
   format->max_index_size = 64 << 20;
   PacketPtr packet(av_packet_alloc());
   if (!packet) return;
-  while (av_read_frame(format, packet.get()) >= 0) {
+  while (ReadFrame(format, packet.get()) >= 0) {
     PacketReference unref(packet.get());
     const auto found = byIndex.find(packet->stream_index);
     if (found == byIndex.end()) continue;
@@ -216,7 +218,7 @@ bool PlaceOggStreams(AVFormatContext* format, std::vector<AudioStreamFacts>& str
   PacketPtr packet(av_packet_alloc());
   if (!packet) return false;
   std::map<int, std::pair<std::int64_t, std::int64_t>> first;  // pts, samples skipped
-  while (first.size() < waiting.size() && av_read_frame(format, packet.get()) >= 0) {
+  while (first.size() < waiting.size() && ReadFrame(format, packet.get()) >= 0) {
     PacketReference unref(packet.get());
     if (!waiting.contains(packet->stream_index) || first.contains(packet->stream_index)) continue;
     if (packet->pts == AV_NOPTS_VALUE) return false;
@@ -262,9 +264,8 @@ bool PlaceMatroskaStream(const AVFormatContext* study, std::vector<AudioStreamFa
                          codec != AV_CODEC_ID_MP2 && codec != AV_CODEC_ID_AC3)) {
     return false;
   }
-  AVFormatContext* raw = nullptr;
-  if (avformat_open_input(&raw, study->url, study->iformat, nullptr) < 0) return false;
-  const FormatContextPtr format(raw);
+  FormatContextPtr format;
+  if (OpenBoundedInput(study->url, study->iformat, nullptr, format) < 0) return false;
   if (facts.streamIndex >= static_cast<int>(format->nb_streams)) return false;
   KeepOnlyStream(format.get(), facts.streamIndex);
   PacketPtr packet(av_packet_alloc());
@@ -273,7 +274,7 @@ bool PlaceMatroskaStream(const AVFormatContext* study, std::vector<AudioStreamFa
   // dropped, makes the walk give up (`usable` false): the full pass counts such streams.
   bool usable = true;
   const auto nextPacket = [&] {
-    while (av_read_frame(format.get(), packet.get()) >= 0) {
+    while (ReadFrame(format.get(), packet.get()) >= 0) {
       if (packet->stream_index != facts.streamIndex) {
         av_packet_unref(packet.get());
         continue;
@@ -302,7 +303,7 @@ bool PlaceMatroskaStream(const AVFormatContext* study, std::vector<AudioStreamFa
     const std::int64_t target =
         first + av_rescale_q(format->duration, AV_TIME_BASE_Q, timeBase) - tail;
     if (target > first &&
-        avformat_seek_file(format.get(), facts.streamIndex, INT64_MIN, target, target, 0) < 0) {
+        SeekFile(format.get(), facts.streamIndex, INT64_MIN, target, target, 0) < 0) {
       return false;
     }
   }

@@ -1,5 +1,6 @@
 #include "AudioStreamReader.h"
 
+#include "BoundedInput.h"
 #include "FFmpegErrors.h"
 
 extern "C" {
@@ -26,7 +27,6 @@ AudioStreamReader::~AudioStreamReader() { av_channel_layout_uninit(&converterLay
 
 OSErr AudioStreamReader::Open() {
   format.reset();
-  AVFormatContext* raw = nullptr;
   // WAV's demuxer cuts PCM into 4 KiB packets, whose per-packet work then costs as much as
   // their samples; 16 KiB packets halve it while the decoded frames still stay in cache (64 KiB
   // ones do not, and are slower). Other demuxers ignore the option.
@@ -38,16 +38,16 @@ OSErr AudioStreamReader::Open() {
   if (IsPcm(facts.parameters->codec_id)) {
     av_dict_set(&options, "max_probe_packets", "1", 0);
   }
-  const int result = avformat_open_input(&raw, path.c_str(), facts.demuxer, &options);
+  // Opened whole or not at all: a later read must not find a demuxer that failed half-way.
+  FormatContextPtr opened;
+  const int result = OpenBoundedInput(path, facts.demuxer, &options, opened);
   av_dict_free(&options);
   if (result < 0) return ToOSErr(result);
-  // Opened whole or not at all: a later read must not find a demuxer that failed half-way.
-  FormatContextPtr opened(raw);
   // Formats that find their streams while reading need the same search as the first open, so
   // that stream numbers agree.
   if ((opened->ctx_flags & AVFMTCTX_NOHEADER) != 0 ||
       facts.streamIndex >= static_cast<int>(opened->nb_streams)) {
-    if (avformat_find_stream_info(opened.get(), nullptr) < 0) return kInvalidMovieErr;
+    if (FindStreamInfo(opened.get()) < 0) return kInvalidMovieErr;
   }
   if (facts.streamIndex >= static_cast<int>(opened->nb_streams)) return kInvalidMovieErr;
   opened->max_index_size = 64 << 20;
@@ -108,7 +108,7 @@ OSErr AudioStreamReader::SeekTo(std::int64_t start, std::int64_t extraPreroll) {
   if (!format) {
     if (const OSErr error = Open(); error != kNoErr) return error;
   }
-  if (av_seek_frame(format.get(), facts.streamIndex, timestamp, AVSEEK_FLAG_BACKWARD) < 0) {
+  if (SeekFrame(format.get(), facts.streamIndex, timestamp, AVSEEK_FLAG_BACKWARD) < 0) {
     return Restart();
   }
   if (const OSErr error = ResetDecoder(); error != kNoErr) return error;
@@ -127,7 +127,7 @@ AudioStreamReader::PacketKey AudioStreamReader::KeyOf(const AVPacket& read) {
 
 OSErr AudioStreamReader::ReadPacket() {
   while (true) {
-    const int result = av_read_frame(format.get(), packet.get());
+    const int result = ReadFrame(format.get(), packet.get());
     if (result < 0) {
       // End of input (or an unreadable rest, which a sequential decode stops at too): drain.
       inputEnded = true;
@@ -271,7 +271,7 @@ OSErr AudioStreamReader::BuildIndex() {
   lastKey = PacketKey{};
   std::int64_t decodedFrames = 0;
   while (true) {
-    const int result = av_read_frame(format.get(), packet.get());
+    const int result = ReadFrame(format.get(), packet.get());
     const bool atEnd = result < 0;
     if (!atEnd) {
       PacketReference unref(packet.get());

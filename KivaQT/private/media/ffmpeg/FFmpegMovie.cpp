@@ -1,5 +1,6 @@
 #include "FFmpegMovie.h"
 
+#include "BoundedInput.h"
 #include "DeclaredTrackDurations.h"
 #include "FFmpegAudioExtraction.h"
 #include "FFmpegChannelLayout.h"
@@ -226,13 +227,12 @@ std::int32_t AudioExactScale(const std::vector<AudioStreamFacts>& audio) {
 }  // namespace
 
 OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) {
-  AVFormatContext* raw = nullptr;
-  if (const int result = avformat_open_input(&raw, path.c_str(), nullptr, nullptr); result < 0) {
+  FormatContextPtr format;
+  if (const int result = OpenBoundedInput(path, nullptr, nullptr, format); result < 0) {
     return ToOSErr(result);
   }
-  FormatContextPtr format(raw);
   if (!ReadsSoundOrMovies(format->iformat, MimeDatabase::System())) return kInvalidMovieErr;
-  if (avformat_find_stream_info(format.get(), nullptr) < 0) return kInvalidMovieErr;
+  if (FindStreamInfo(format.get()) < 0) return kInvalidMovieErr;
 
   std::unique_ptr<FFmpegMovie> opened(new FFmpegMovie());
   opened->path = path;

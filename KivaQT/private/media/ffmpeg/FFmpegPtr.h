@@ -11,8 +11,9 @@ extern "C" {
 
 namespace kiva::qt::media::ffmpeg {
 
+// Closes an input with the file it reads (BoundedInput.cpp).
 struct FormatContextDeleter {
-  void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+  void operator()(AVFormatContext* context) const;
 };
 struct CodecContextDeleter {
   void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }

@@ -1,6 +1,7 @@
 #include "FFmpegVideoRenderer.h"
 
 #include "AudioStreamFacts.h"
+#include "BoundedInput.h"
 #include "FFmpegErrors.h"
 
 #include <algorithm>
@@ -47,12 +48,10 @@ OSErr FFmpegVideoRenderer::Open() {
   if (!packet || !decoded || !shown) return kMemFullErr;
   FormatContextPtr opened = std::move(studied);
   if (!opened) {
-    AVFormatContext* raw = nullptr;
-    if (const int result = avformat_open_input(&raw, path.c_str(), demuxer, nullptr); result < 0) {
+    if (const int result = OpenBoundedInput(path, demuxer, nullptr, opened); result < 0) {
       return ToOSErr(result);
     }
-    opened.reset(raw);
-    if (avformat_find_stream_info(opened.get(), nullptr) < 0) return kInvalidMovieErr;
+    if (FindStreamInfo(opened.get()) < 0) return kInvalidMovieErr;
   }
   if (streamIndex >= static_cast<int>(opened->nb_streams)) return kInvalidMovieErr;
   KeepOnlyStream(opened.get(), streamIndex);
@@ -107,7 +106,7 @@ OSErr FFmpegVideoRenderer::Receive(bool& ended) {
       ended = true;
       return kNoErr;
     }
-    if (av_read_frame(format.get(), packet.get()) < 0) {
+    if (ReadFrame(format.get(), packet.get()) < 0) {
       inputEnded = true;
       avcodec_send_packet(decoder.get(), nullptr);
       continue;

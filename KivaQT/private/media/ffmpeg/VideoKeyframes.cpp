@@ -1,5 +1,7 @@
 #include "VideoKeyframes.h"
 
+#include "BoundedInput.h"
+
 #include <algorithm>
 
 namespace kiva::qt::media::ffmpeg {
@@ -15,7 +17,7 @@ void VideoKeyframes::Find(AVFormatContext& format, int streamIndex, AVPacket& sc
   // keyframes.
   if ((flags & AVFMT_TS_DISCONT) == 0 || !byteSeekable) {
     // Some demuxers read their index on the first seek only (Matroska's cues).
-    av_seek_frame(&format, streamIndex, 0, AVSEEK_FLAG_BACKWARD);
+    SeekFrame(&format, streamIndex, 0, AVSEEK_FLAG_BACKWARD);
     AVStream* stream = format.streams[streamIndex];
     const int entries = avformat_index_get_entries_count(stream);
     for (int e = 0; e < entries; ++e) {
@@ -31,8 +33,8 @@ void VideoKeyframes::Find(AVFormatContext& format, int streamIndex, AVPacket& sc
   }
   // No index: one pass over the packets.
   std::vector<std::pair<std::int64_t, std::int64_t>> found;  // presentation time, position
-  av_seek_frame(&format, streamIndex, 0, AVSEEK_FLAG_BYTE);
-  while (av_read_frame(&format, &scratch) >= 0) {
+  SeekFrame(&format, streamIndex, 0, AVSEEK_FLAG_BYTE);
+  while (ReadFrame(&format, &scratch) >= 0) {
     PacketReference unref(&scratch);
     if (scratch.stream_index != streamIndex || (scratch.flags & AV_PKT_FLAG_KEY) == 0) continue;
     const std::int64_t timestamp = scratch.pts != AV_NOPTS_VALUE ? scratch.pts : scratch.dts;
@@ -49,15 +51,14 @@ void VideoKeyframes::Find(AVFormatContext& format, int streamIndex, AVPacket& sc
 bool VideoKeyframes::SeekAtOrBefore(AVFormatContext& format, int streamIndex,
                                     std::int64_t timestamp) const {
   if (!scanned) {
-    return av_seek_frame(&format, streamIndex, timestamp, AVSEEK_FLAG_BACKWARD) >= 0 ||
-           av_seek_frame(&format, streamIndex, timestamp, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY) >=
-               0;
+    return SeekFrame(&format, streamIndex, timestamp, AVSEEK_FLAG_BACKWARD) >= 0 ||
+           SeekFrame(&format, streamIndex, timestamp, AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_ANY) >= 0;
   }
-  if (timestamps.empty()) return av_seek_frame(&format, streamIndex, 0, AVSEEK_FLAG_BYTE) >= 0;
+  if (timestamps.empty()) return SeekFrame(&format, streamIndex, 0, AVSEEK_FLAG_BYTE) >= 0;
   const auto after = std::upper_bound(timestamps.begin(), timestamps.end(), timestamp);
   const std::size_t keyframe =
       after == timestamps.begin() ? 0 : static_cast<std::size_t>(after - timestamps.begin()) - 1;
-  return av_seek_frame(&format, streamIndex, positions[keyframe], AVSEEK_FLAG_BYTE) >= 0;
+  return SeekFrame(&format, streamIndex, positions[keyframe], AVSEEK_FLAG_BYTE) >= 0;
 }
 
 }  // namespace kiva::qt::media::ffmpeg

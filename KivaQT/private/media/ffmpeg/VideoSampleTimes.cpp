@@ -1,6 +1,7 @@
 #include "VideoSampleTimes.h"
 
 #include "AudioStreamFacts.h"
+#include "BoundedInput.h"
 #include "FFmpegErrors.h"
 
 #include <algorithm>
@@ -17,13 +18,11 @@ VideoSampleTimes::VideoSampleTimes(std::string path, const AVInputFormat* demuxe
 OSErr VideoSampleTimes::Open() {
   if (format) return kNoErr;
   if (!packet) return kMemFullErr;
-  AVFormatContext* raw = nullptr;
-  if (const int result = avformat_open_input(&raw, path.c_str(), demuxer, nullptr); result < 0) {
+  FormatContextPtr opened;
+  if (const int result = OpenBoundedInput(path, demuxer, nullptr, opened); result < 0) {
     return ToOSErr(result);
   }
-  FormatContextPtr opened(raw);
-  if (avformat_find_stream_info(opened.get(), nullptr) < 0 ||
-      streamIndex >= static_cast<int>(opened->nb_streams)) {
+  if (FindStreamInfo(opened.get()) < 0 || streamIndex >= static_cast<int>(opened->nb_streams)) {
     return kInvalidMovieErr;
   }
   KeepOnlyStream(opened.get(), streamIndex);
@@ -39,7 +38,7 @@ void VideoSampleTimes::ReadFinal(std::size_t count) {
         samples.begin());
   };
   while (!ended && finalCount() < count) {
-    if (av_read_frame(format.get(), packet.get()) < 0) {
+    if (ReadFrame(format.get(), packet.get()) < 0) {
       ended = true;
       break;
     }
