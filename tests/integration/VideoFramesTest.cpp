@@ -188,6 +188,10 @@ INSTANTIATE_TEST_SUITE_P(Fixtures, VideoFrames,
                                            // the mean rounded down, so the count rounds up.
                                            VideoFixture{"vfr.mp4", 320, 240, 61},
                                            VideoFixture{"anamorphic.mp4", 427, 240, 24},
+                                           // Turned for display: the box a viewer sees.
+                                           VideoFixture{"rotated-90.mp4", 240, 320, 48},
+                                           VideoFixture{"rotated-180.mp4", 320, 240, 48},
+                                           VideoFixture{"rotated-270.mp4", 240, 320, 48},
                                            VideoFixture{"one-frame.mp4", 320, 240, 1}),
                          [](const ::testing::TestParamInfo<VideoFixture>& info) {
                            return kiva::test::TestNameFromFile(info.param.file);

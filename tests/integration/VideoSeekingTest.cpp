@@ -112,7 +112,7 @@ class SequentialDecode {
     picture.height = height;
     picture.rowBytes = width * 4;
     picture.pixels.assign(static_cast<std::size_t>(width * height * 4), 0);
-    if (scaler.Scale(shown, true, picture) != 0) return {};
+    if (scaler.Scale(shown, true, {}, picture) != 0) return {};
     std::vector<char> bytes(picture.pixels.size());
     for (std::size_t i = 0; i < bytes.size(); i += 4) {  // A, R, G, B words to B, G, R, A
       for (std::size_t b = 0; b < 4; ++b)

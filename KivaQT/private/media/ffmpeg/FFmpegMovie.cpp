@@ -1,5 +1,7 @@
 #include "FFmpegMovie.h"
 
+#include "DisplayOrientation.h"
+
 #include "BoundedInput.h"
 #include "DeclaredTrackDurations.h"
 #include "FFmpegAudioExtraction.h"
@@ -303,8 +305,11 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
     if (opened->box.right == 0 && stream.codecpar->width > 0) {
       const AVRational aspect = stream.codecpar->sample_aspect_ratio;
       const double widen = aspect.num > 0 && aspect.den > 0 ? av_q2d(aspect) : 1.0;
-      opened->box.bottom = stream.codecpar->height;
-      opened->box.right = static_cast<std::int32_t>(std::lround(stream.codecpar->width * widen));
+      const auto width = static_cast<std::int32_t>(std::lround(stream.codecpar->width * widen));
+      // The box a viewer sees: a picture turned a quarter shows its height as its width.
+      const bool turned = DisplayOrientation::Of(stream).SwapsAxes();
+      opened->box.bottom = turned ? width : stream.codecpar->height;
+      opened->box.right = turned ? stream.codecpar->height : width;
     }
     opened->tracks.push_back(std::make_unique<VideoTrack>(*format, stream, opened->timeScale));
   }

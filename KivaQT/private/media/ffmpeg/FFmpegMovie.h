@@ -57,7 +57,7 @@ class FFmpegMovie final : public Movie {
   int videoStream = -1;
   AVRational videoTimeBase{1, 1};
   std::int64_t videoOrigin = 0;  // the first frame's time, from which movie times count
-  FormatContextPtr studied;  // the demuxer the file was studied with, kept for the pictures
+  FormatContextPtr studied;      // the demuxer the file was studied with, kept for the pictures
   std::unique_ptr<FFmpegVideoRenderer> renderer;
   std::unique_ptr<VideoSampleTimes> sampleTimes;
   Offscreen* offscreen = nullptr;

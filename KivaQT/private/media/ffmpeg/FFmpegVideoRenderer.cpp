@@ -56,6 +56,7 @@ OSErr FFmpegVideoRenderer::Open() {
   if (streamIndex >= static_cast<int>(opened->nb_streams)) return kInvalidMovieErr;
   KeepOnlyStream(opened.get(), streamIndex);
   const AVStream* stream = opened->streams[streamIndex];
+  orientation = DisplayOrientation::Of(*stream);
   const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
   if (codec == nullptr) return kInvalidMovieErr;
   CodecContextPtr context(avcodec_alloc_context3(codec));
@@ -254,7 +255,7 @@ OSErr FFmpegVideoRenderer::Render(std::int64_t time, bool highQuality, Offscreen
       drawnHighQuality == highQuality) {
     return kNoErr;  // already drawn there
   }
-  if (const OSErr error = scaler.Scale(*frame, highQuality, target); error != kNoErr) {
+  if (const OSErr error = scaler.Scale(*frame, highQuality, orientation, target); error != kNoErr) {
     return error;
   }
   drawnTimestamp = timestamp;

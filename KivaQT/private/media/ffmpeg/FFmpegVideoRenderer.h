@@ -13,6 +13,7 @@
 #pragma once
 
 #include "DecodedFrameCache.h"
+#include "DisplayOrientation.h"
 #include "FFmpegPtr.h"
 #include "PictureScaler.h"
 #include "VideoKeyframes.h"
@@ -65,6 +66,7 @@ class FFmpegVideoRenderer {
 
   std::string path;
   const AVInputFormat* demuxer;
+  DisplayOrientation orientation;  // how the stream's pictures stand on screen
   int streamIndex;
   AVRational timeBase;
   // The first frame's time, from which requested times count.

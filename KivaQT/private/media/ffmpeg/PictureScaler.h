@@ -4,6 +4,8 @@
 
 #include "../MediaStatus.h"
 #include "../Offscreen.h"
+#include "DisplayOrientation.h"
+#include "FFmpegPtr.h"
 
 extern "C" {
 #include <libavutil/frame.h>
@@ -13,6 +15,7 @@ extern "C" {
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <vector>
 
 namespace kiva::qt::media::ffmpeg {
 
@@ -20,7 +23,10 @@ class PictureScaler {
  public:
   static constexpr std::size_t kKept = 4;
 
-  OSErr Scale(const AVFrame& frame, bool highQuality, Offscreen& target);
+  // Draws `frame` into `target` as it is displayed: scaled to the size the picture has before
+  // it is turned, then turned.
+  OSErr Scale(const AVFrame& frame, bool highQuality, const DisplayOrientation& orientation,
+              Offscreen& target);
 
   // Scalers made so far (for tests of the reuse).
   std::int64_t Made() const { return made; }
@@ -42,7 +48,12 @@ class PictureScaler {
     std::unique_ptr<SwsContext, ContextDeleter> context;
   };
 
-  std::list<Kept> scalers;  // most recently used first
+  OSErr ScaleInto(const AVFrame& frame, bool highQuality, std::uint8_t* pixels, int width,
+                  int height, int rowBytes);
+
+  std::list<Kept> scalers;             // most recently used first
+  FramePtr turned{av_frame_alloc()};   // a decoded frame turned for display
+  std::vector<std::uint8_t> unturned;  // a scaled picture before its turn
   std::int64_t made = 0;
 };
 
