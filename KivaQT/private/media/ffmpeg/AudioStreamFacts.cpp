@@ -7,6 +7,7 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -70,6 +71,30 @@ bool DeclaresExactLength(const AVFormatContext* format, const AVStream* stream,
                              std::strcmp(name, "aiff") == 0 || std::strcmp(name, "caf") == 0 ||
                              std::strcmp(name, "flac") == 0 || std::strcmp(name, "au") == 0;
   return countsSamples && IsLossless(facts.parameters->codec_id);
+}
+
+// The whole frames of PCM a file really holds after its first sample, when its header promises
+// more: a recording whose writer died, or a copy that did not finish, keeps the header written
+// first. -1 when the stream is no PCM or the file's size or data cannot be learned.
+std::int64_t HeldPcmFrames(const AVFormatContext* format, const AVStream* stream) {
+  const int bits = av_get_bits_per_sample(stream->codecpar->codec_id);
+  const std::int64_t frameBytes =
+      static_cast<std::int64_t>(bits / 8) * stream->codecpar->ch_layout.nb_channels;
+  const std::int64_t size = format->pb != nullptr ? avio_size(format->pb) : -1;
+  if (bits <= 0 || bits % 8 != 0 || frameBytes <= 0 || size <= 0) return -1;
+  // Where the sound starts is the demuxer's own knowledge: the first packet's place.
+  FormatContextPtr again;
+  if (OpenBoundedInput(format->url, format->iformat, nullptr, again) < 0) return -1;
+  const PacketPtr packet(av_packet_alloc());
+  if (!packet) return -1;
+  while (ReadFrame(again.get(), packet.get()) >= 0) {
+    const bool ours = packet->stream_index == stream->index;
+    const std::int64_t start = packet->pos;
+    av_packet_unref(packet.get());
+    if (!ours) continue;
+    return start >= 0 && start <= size ? (size - start) / frameBytes : -1;
+  }
+  return -1;
 }
 
 std::int64_t ToSamples(std::int64_t value, AVRational timeBase, int sampleRate) {
@@ -400,6 +425,10 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
       const std::int64_t start = stream->start_time == AV_NOPTS_VALUE ? 0 : stream->start_time;
       facts.origin = start;
       facts.length = ToSamples(stream->duration, facts.timeBase, facts.sampleRate);
+      // A header counts what was meant to be written; the file has what was.
+      if (const std::int64_t held = HeldPcmFrames(format, stream); held >= 0) {
+        facts.length = std::min(facts.length, held);
+      }
     } else {
       needScan = true;
     }
