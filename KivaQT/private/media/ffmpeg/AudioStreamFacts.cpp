@@ -4,6 +4,7 @@
 
 extern "C" {
 #include <libavcodec/ac3_parser.h>
+#include <libavutil/crc.h>
 #include <libavutil/opt.h>
 }
 
@@ -95,6 +96,40 @@ std::int64_t HeldPcmFrames(const AVFormatContext* format, const AVStream* stream
     return start >= 0 && start <= size ? (size - start) / frameBytes : -1;
   }
   return -1;
+}
+
+// Where the last whole FLAC frame ends, in the stream's time base, when the file ends before the
+// length its STREAMINFO states: a file cut short, or a header that promises more (a writer that
+// never came back to fill it in). Frames carry their own sample numbers, so the tail alone tells
+// it; a frame cut in two fails its CRC and counts for nothing, as decoders drop it. -1 when the
+// stream is not FLAC or its tail cannot be read.
+std::int64_t FlacEnd(const AVFormatContext* format, const AVStream* stream) {
+  if (stream->codecpar->codec_id != AV_CODEC_ID_FLAC ||
+      std::strcmp(format->iformat->name, "flac") != 0) {
+    return -1;
+  }
+  const std::int64_t size = format->pb != nullptr ? avio_size(format->pb) : -1;
+  if (size <= 0) return -1;
+  FormatContextPtr again;
+  if (OpenBoundedInput(format->url, format->iformat, nullptr, again) < 0) return -1;
+  // Farther back than the largest frame a FLAC encoder makes.
+  constexpr std::int64_t kTail = 1 << 20;
+  if (size > kTail &&
+      SeekFile(again.get(), -1, 0, size - kTail, size - kTail, AVSEEK_FLAG_BYTE) < 0) {
+    return -1;
+  }
+  const PacketPtr packet(av_packet_alloc());
+  if (!packet) return -1;
+  const AVCRC* crc = av_crc_get_table(AV_CRC_16_ANSI);
+  std::int64_t end = -1;
+  while (ReadFrame(again.get(), packet.get()) >= 0) {
+    if (packet->pts != AV_NOPTS_VALUE && packet->duration > 0 && packet->size > 2 &&
+        av_crc(crc, 0, packet->data, static_cast<std::size_t>(packet->size)) == 0) {
+      end = std::max(end, packet->pts + packet->duration);
+    }
+    av_packet_unref(packet.get());
+  }
+  return end;
 }
 
 std::int64_t ToSamples(std::int64_t value, AVRational timeBase, int sampleRate) {
@@ -428,6 +463,10 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
       // A header counts what was meant to be written; the file has what was.
       if (const std::int64_t held = HeldPcmFrames(format, stream); held >= 0) {
         facts.length = std::min(facts.length, held);
+      }
+      if (const std::int64_t end = FlacEnd(format, stream); end >= 0) {
+        facts.length =
+            std::min(facts.length, ToSamples(end - start, facts.timeBase, facts.sampleRate));
       }
     } else {
       needScan = true;
