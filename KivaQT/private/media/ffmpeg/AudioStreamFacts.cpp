@@ -74,15 +74,21 @@ bool DeclaresExactLength(const AVFormatContext* format, const AVStream* stream,
   return countsSamples && IsLossless(facts.parameters->codec_id);
 }
 
+// The bytes of one PCM frame of `stream`, 0 when it is no byte-aligned PCM.
+std::int64_t PcmFrameBytes(const AVStream* stream) {
+  const int bits = av_get_bits_per_sample(stream->codecpar->codec_id);
+  if (bits <= 0 || bits % 8 != 0) return 0;
+  return static_cast<std::int64_t>(bits / 8) * stream->codecpar->ch_layout.nb_channels;
+}
+
 // The whole frames of PCM a file really holds after its first sample, when its header promises
 // more: a recording whose writer died, or a copy that did not finish, keeps the header written
 // first. -1 when the stream is no PCM or the file's size or data cannot be learned.
 std::int64_t HeldPcmFrames(const AVFormatContext* format, const AVStream* stream) {
-  const int bits = av_get_bits_per_sample(stream->codecpar->codec_id);
-  const std::int64_t frameBytes =
-      static_cast<std::int64_t>(bits / 8) * stream->codecpar->ch_layout.nb_channels;
+  const std::int64_t frameBytes = PcmFrameBytes(stream);
   const std::int64_t size = format->pb != nullptr ? avio_size(format->pb) : -1;
-  if (bits <= 0 || bits % 8 != 0 || frameBytes <= 0 || size <= 0) return -1;
+  // A movie interleaves its tracks: its index tells instead.
+  if (IsMovFamily(format) || frameBytes <= 0 || size <= 0) return -1;
   // Where the sound starts is the demuxer's own knowledge: the first packet's place.
   FormatContextPtr again;
   if (OpenBoundedInput(format->url, format->iformat, nullptr, again) < 0) return -1;
@@ -135,6 +141,29 @@ std::int64_t FlacEnd(const AVFormatContext* format, const AVStream* stream) {
 std::int64_t ToSamples(std::int64_t value, AVRational timeBase, int sampleRate) {
   return av_rescale_q_rnd(value, timeBase, AVRational{1, sampleRate},
                           static_cast<AVRounding>(AV_ROUND_NEAR_INF | AV_ROUND_PASS_MINMAX));
+}
+
+// The frames a movie holds from `start` (its first frame, in the stream's time base) when its
+// media data was cut short: the movie's index, written first, lists packets the file no longer
+// holds, and the sound ends in the first of them, after its whole PCM frames (a compressed
+// packet cut in two decodes to nothing). -1 when every packet is there.
+std::int64_t MovHeldFrames(const AVFormatContext* format, AVStream* stream, std::int64_t start,
+                           const AudioStreamFacts& facts) {
+  if (!IsMovFamily(format)) return -1;
+  const std::int64_t size = format->pb != nullptr ? avio_size(format->pb) : -1;
+  if (size <= 0) return -1;
+  const int count = avformat_index_get_entries_count(stream);
+  for (int i = 0; i < count; ++i) {
+    const AVIndexEntry* entry = avformat_index_get_entry(stream, i);
+    if (entry == nullptr || entry->pos + entry->size <= size) continue;
+    const std::int64_t before =
+        ToSamples(entry->timestamp - start, facts.timeBase, facts.sampleRate);
+    const std::int64_t frameBytes = PcmFrameBytes(stream);
+    const std::int64_t partial =
+        frameBytes > 0 && size > entry->pos ? (size - entry->pos) / frameBytes : 0;
+    return std::max<std::int64_t>(0, before + partial);
+  }
+  return -1;
 }
 
 struct ScanTotals {
@@ -462,6 +491,10 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
       facts.length = ToSamples(stream->duration, facts.timeBase, facts.sampleRate);
       // A header counts what was meant to be written; the file has what was.
       if (const std::int64_t held = HeldPcmFrames(format, stream); held >= 0) {
+        facts.length = std::min(facts.length, held);
+      }
+      if (const std::int64_t held = MovHeldFrames(format, format->streams[index], start, facts);
+          held >= 0) {
         facts.length = std::min(facts.length, held);
       }
       if (const std::int64_t end = FlacEnd(format, stream); end >= 0) {
