@@ -187,6 +187,13 @@ INSTANTIATE_TEST_SUITE_P(Fixtures, VideoFrames,
                                            // 60 frames at irregular times: the frame duration is
                                            // the mean rounded down, so the count rounds up.
                                            VideoFixture{"vfr.mp4", 320, 240, 61},
+                                           // Counted from the video, not from the longer
+                                           // sound beside it: 50 pictures of 2 s...
+                                           VideoFixture{"video-shorter.webm", 320, 240, 50},
+                                           // ... and 75 at irregular times whose last ends at
+                                           // 2503 ms, in frames of 33 ms (the mean rounded
+                                           // down): 76.
+                                           VideoFixture{"vfr-with-sound.mkv", 320, 240, 76},
                                            VideoFixture{"anamorphic.mp4", 427, 240, 24},
                                            // Turned for display: the box a viewer sees.
                                            VideoFixture{"rotated-90.mp4", 240, 320, 48},

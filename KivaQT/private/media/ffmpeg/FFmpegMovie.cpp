@@ -1,6 +1,7 @@
 #include "FFmpegMovie.h"
 
 #include "DisplayOrientation.h"
+#include "VideoTrackEnd.h"
 
 #include "BoundedInput.h"
 #include "DeclaredTrackDurations.h"
@@ -141,8 +142,12 @@ class VideoTrack final : public Track {
     mediaScale = stream.time_base.num == 1
                      ? stream.time_base.den
                      : static_cast<std::int32_t>(std::lround(av_q2d(av_inv_q(stream.time_base))));
+    const std::int64_t first = stream.start_time != AV_NOPTS_VALUE ? stream.start_time : 0;
+    std::int64_t end = AV_NOPTS_VALUE;
     if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0) {
       displayDuration = av_rescale_q(stream.duration, stream.time_base, AVRational{1, mediaScale});
+    } else if ((end = VideoTrackEnd(format, stream)) != AV_NOPTS_VALUE && end > first) {
+      displayDuration = av_rescale_q(end - first, stream.time_base, AVRational{1, mediaScale});
     } else if (format.duration != AV_NOPTS_VALUE && format.duration > 0) {
       displayDuration = av_rescale_q(format.duration, AV_TIME_BASE_Q, AVRational{1, mediaScale});
     }
