@@ -103,6 +103,7 @@ std::vector<Fixture> Fixtures() {
       {"alac.m4a", 2, 48000, 168000, lr},
       {"vorbis.ogg", 2, 48000, 168000, lr},
       {"opus.opus", 2, 48000, 168000, lr, 1e-4},
+      {"opus.webm", 2, 48000, 168000, lr, 1e-4},
       {"ac3-51.ac3", 6, 48000, 0, surround, 0, "-cons_noisegen 1"},
       {"ac3-44k.ac3", 2, 44100, 0, lr, 0, "-cons_noisegen 1"},
       {"ac3-cut.ac3", 2, 44100, 0, lr, 0, "-cons_noisegen 1"},

@@ -222,6 +222,16 @@ std::int64_t OggOrigin(std::int64_t firstTimestamp, std::int64_t skippedSamples,
              av_rescale_q(skippedSamples, AVRational{1, facts.sampleRate}, facts.timeBase));
 }
 
+// The samples an Opus stream's header says to drop at its start; 0 for other codings.
+std::int64_t OpusPreSkip(const AudioStreamFacts& facts) {
+  const AVCodecParameters& parameters = *facts.parameters;
+  if (parameters.codec_id != AV_CODEC_ID_OPUS || parameters.extradata_size < 19 ||
+      std::memcmp(parameters.extradata, "OpusHead", 8) != 0) {
+    return 0;
+  }
+  return parameters.extradata[10] | (parameters.extradata[11] << 8);
+}
+
 // One pass over the packets: the frames a full decode yields (durations less the priming
 // skipped at the start and the padding discarded at the end), without decoding.
 void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams) {
@@ -267,6 +277,10 @@ void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams
       facts.origin = total.firstTimestamp;
     }
     facts.length = total.samples;
+    // Opus's decoder drops the stream's pre-skip by itself, read from its header, where the
+    // container marks no samples to skip (Matroska, WebM: their codec delay is that pre-skip).
+    if (total.firstSkip == 0)
+      facts.length = std::max<std::int64_t>(0, facts.length - OpusPreSkip(facts));
   }
 }
 
