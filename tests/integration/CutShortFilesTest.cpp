@@ -5,6 +5,7 @@
 #include "CommandOutput.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
+#include "ScratchDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -14,8 +15,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <stdlib.h>
 
 namespace {
 
@@ -83,15 +82,8 @@ void ExpectHeld(const std::string& path, int channels, const std::vector<float>&
 
 class CutShortFiles : public ::testing::TestWithParam<CutFile> {
  protected:
-  void SetUp() override {
-    std::string pattern = (fs::path(::testing::TempDir()) / "cut-short-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    directory = pattern;
-  }
-  void TearDown() override {
-    if (!directory.empty()) fs::remove_all(directory);
-  }
-  fs::path directory;
+  kiva::test::ScratchDirectory scratch{"cut-short"};
+  const std::filesystem::path& directory = scratch.Path();
 };
 
 TEST_P(CutShortFiles, HoldWhatIsThere) {

@@ -5,14 +5,13 @@
 #include "CommandOutput.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
+#include "ScratchDirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-
-#include <stdlib.h>
 
 namespace {
 
@@ -26,16 +25,8 @@ constexpr auto kAtMost = std::chrono::seconds(20);
 
 class PreallocatedFiles : public ::testing::TestWithParam<const char*> {
  protected:
-  void SetUp() override {
-    // A directory of its own, even beside one that a killed run left behind.
-    std::string pattern = (fs::path(::testing::TempDir()) / "preallocated-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    directory = pattern;
-  }
-  void TearDown() override {
-    if (!directory.empty()) fs::remove_all(directory);
-  }
-  fs::path directory;
+  kiva::test::ScratchDirectory scratch{"preallocated"};
+  const std::filesystem::path& directory = scratch.Path();
 };
 
 TEST_P(PreallocatedFiles, ReadAsTheShortFileAlone) {

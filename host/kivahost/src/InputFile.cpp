@@ -1,15 +1,13 @@
 #include "InputFile.h"
 
 #include "Console.h"
+#include "LocalSocket.h"
 
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <vector>
 
 namespace kivahost {
@@ -20,23 +18,8 @@ namespace {
 bool IsStream(const struct stat& info) { return S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode); }
 
 int OpenStream(const std::string& given, const struct stat& info) {
-  if (!S_ISSOCK(info.st_mode)) return ::open(given.c_str(), O_RDONLY | O_CLOEXEC);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (given.size() >= sizeof(address.sun_path)) {
-    errno = ENAMETOOLONG;
-    return -1;
-  }
-  std::memcpy(address.sun_path, given.c_str(), given.size() + 1);
-  const int source = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (source >= 0 &&
-      ::connect(source, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-    const int error = errno;
-    ::close(source);
-    errno = error;
-    return -1;
-  }
-  return source;
+  return S_ISSOCK(info.st_mode) ? ConnectToLocalSocket(given)
+                                : ::open(given.c_str(), O_RDONLY | O_CLOEXEC);
 }
 
 }  // namespace

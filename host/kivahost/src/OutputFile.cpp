@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "Interruption.h"
+#include "LocalSocket.h"
 
 #include <noxcore/utility/Strings.h>
 
@@ -9,10 +10,8 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,11 +28,6 @@ namespace {
 // the name tells a leftover of a killed run from one that is still being written.
 constexpr const char* kTemporaryMarker = ".kivahost-";
 constexpr const char* kTemporarySuffix = ".part";
-
-std::string DirectoryOf(const std::string& target) {
-  const std::filesystem::path parent = std::filesystem::path(target).parent_path();
-  return parent.empty() ? "." : parent.string();
-}
 
 std::string NameOf(const std::string& path) {
   return std::filesystem::path(path).filename().string();
@@ -104,25 +98,6 @@ std::string DescribeStreamError(int error) {
   // Only where SIGPIPE was ignored when kivahost started: otherwise the signal ends it first.
   if (error == EPIPE) return "the reader went away before the end";
   return DescribeError(error);
-}
-
-// Connects to the local socket at `path`, for writing.
-int ConnectTo(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof(address.sun_path)) {
-    throw OutputError("the socket's path is too long to connect to");
-  }
-  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-  const int sink = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (sink < 0) throw OutputError(DescribeError(errno));
-  if (::connect(sink, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-    const int error = errno;
-    ::close(sink);
-    throw OutputError(error == ECONNREFUSED ? "nothing listens on the socket"
-                                            : DescribeError(error));
-  }
-  return sink;
 }
 
 }  // namespace
@@ -356,7 +331,12 @@ void OutputFile::CommitStream() {
   const bool ownSink = sink < 0;
   try {
     if (destination.isSocket) {
-      sink = ConnectTo(destination.path);
+      sink = ConnectToLocalSocket(destination.path);
+      if (sink < 0) {
+        throw OutputError(errno == ECONNREFUSED   ? "nothing listens on the socket"
+                          : errno == ENAMETOOLONG ? "the socket's path is too long to connect to"
+                                                  : DescribeError(errno));
+      }
     } else if (ownSink) {
       // Opening a pipe waits for its reader, as any writer of a pipe does.
       sink = ::open(destination.path.c_str(), O_WRONLY | O_NOCTTY | O_CLOEXEC);

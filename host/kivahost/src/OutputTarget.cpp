@@ -13,16 +13,15 @@
 
 namespace kivahost {
 
-namespace {
-
-// The kernel's own limit on links followed in one lookup.
-constexpr int kMostLinks = 40;
-
-// The directory part of `path`, "." for a bare name.
 std::string DirectoryOf(const std::string& path) {
   const std::filesystem::path parent = std::filesystem::path(path).parent_path();
   return parent.empty() ? "." : parent.string();
 }
+
+namespace {
+
+// The kernel's own limit on links followed in one lookup.
+constexpr int kMostLinks = 40;
 
 // Whether `path` is an entry of a process's descriptor table (/proc/PID/fd/N, also reached as
 // /dev/fd/N or /proc/self/fd/N): such a link names no file to replace but an open descriptor,

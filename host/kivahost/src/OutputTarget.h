@@ -20,6 +20,9 @@ struct OutputTarget {
   std::string name;
 };
 
+// The directory part of `path`, "." for a bare name.
+std::string DirectoryOf(const std::string& path);
+
 // Follows `given` through links (at most 40, as the kernel does; a loop is an OutputError) to
 // what it names. "-" is standard output. Throws OutputError for a directory or an unreadable
 // link.

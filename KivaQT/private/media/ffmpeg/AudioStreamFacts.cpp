@@ -74,6 +74,11 @@ bool DeclaresExactLength(const AVFormatContext* format, const AVStream* stream,
   return countsSamples && IsLossless(facts.parameters->codec_id);
 }
 
+// The size of the file `format` reads, -1 when it has none (a stream).
+std::int64_t FileSize(const AVFormatContext* format) {
+  return format->pb != nullptr ? avio_size(format->pb) : -1;
+}
+
 // The bytes of one PCM frame of `stream`, 0 when it is no byte-aligned PCM.
 std::int64_t PcmFrameBytes(const AVStream* stream) {
   const int bits = av_get_bits_per_sample(stream->codecpar->codec_id);
@@ -86,7 +91,7 @@ std::int64_t PcmFrameBytes(const AVStream* stream) {
 // first. -1 when the stream is no PCM or the file's size or data cannot be learned.
 std::int64_t HeldPcmFrames(const AVFormatContext* format, const AVStream* stream) {
   const std::int64_t frameBytes = PcmFrameBytes(stream);
-  const std::int64_t size = format->pb != nullptr ? avio_size(format->pb) : -1;
+  const std::int64_t size = FileSize(format);
   // A movie interleaves its tracks: its index tells instead.
   if (IsMovFamily(format) || frameBytes <= 0 || size <= 0) return -1;
   // Where the sound starts is the demuxer's own knowledge: the first packet's place.
@@ -114,7 +119,7 @@ std::int64_t FlacEnd(const AVFormatContext* format, const AVStream* stream) {
       std::strcmp(format->iformat->name, "flac") != 0) {
     return -1;
   }
-  const std::int64_t size = format->pb != nullptr ? avio_size(format->pb) : -1;
+  const std::int64_t size = FileSize(format);
   if (size <= 0) return -1;
   FormatContextPtr again;
   if (OpenBoundedInput(format->url, format->iformat, nullptr, again) < 0) return -1;
@@ -150,7 +155,7 @@ std::int64_t ToSamples(std::int64_t value, AVRational timeBase, int sampleRate) 
 std::int64_t MovHeldFrames(const AVFormatContext* format, AVStream* stream, std::int64_t start,
                            const AudioStreamFacts& facts) {
   if (!IsMovFamily(format)) return -1;
-  const std::int64_t size = format->pb != nullptr ? avio_size(format->pb) : -1;
+  const std::int64_t size = FileSize(format);
   if (size <= 0) return -1;
   const int count = avformat_index_get_entries_count(stream);
   for (int i = 0; i < count; ++i) {
