@@ -112,6 +112,8 @@ std::vector<Fixture> Fixtures() {
       {"mp3.mka", 2, 48000, 0, lr},
       {"aac-30s.mka", 1, 48000, 0, {0}},
       {"aac-gap.mka", 2, 48000, 0, lr},
+      {"vorbis.webm", 2, 48000, 0, lr},
+      {"flac.mka", 2, 48000, 0, lr},
       {"av.mp4", 2, 48000, 168000, lr},
       {"two-tracks.mov", 4, 48000, 120000, {100, 101, 100, 101}, 0, "", {0, 1}, {2, 2}},
       // The 44.1 kHz track is resampled to the movie's rate: only the second is FFmpeg's own.

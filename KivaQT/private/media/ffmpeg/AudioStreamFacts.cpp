@@ -4,11 +4,13 @@
 
 extern "C" {
 #include <libavcodec/ac3_parser.h>
+#include <libavcodec/vorbis_parser.h>
 #include <libavutil/crc.h>
 #include <libavutil/opt.h>
 }
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -173,18 +175,51 @@ std::int64_t MovHeldFrames(const AVFormatContext* format, AVStream* stream, std:
 
 struct ScanTotals {
   std::int64_t samples = 0;
+  std::int64_t packets = 0;  // counted so far
   std::int64_t firstTimestamp = AV_NOPTS_VALUE;
   std::int64_t firstSkip = 0;
   std::int64_t end = AV_NOPTS_VALUE;  // latest packet end, in the time base
+  // Vorbis block sizes, for a container whose timestamps do not count samples.
+  VorbisParsePtr vorbis;
 };
 
 bool IsOgg(const AVFormatContext* format) { return std::strcmp(format->iformat->name, "ogg") == 0; }
 
+// The frames of a FLAC frame, from the block size its header gives; 0 when the packet does
+// not open with a frame header.
+std::int64_t FlacBlockFrames(const AVPacket& packet) {
+  const std::uint8_t* data = packet.data;
+  if (data == nullptr || packet.size < 6 || data[0] != 0xFF || (data[1] & 0xFE) != 0xF8) return 0;
+  const int code = data[2] >> 4;
+  if (code == 1) return 192;
+  if (code >= 2 && code <= 5) return std::int64_t{576} << (code - 2);
+  if (code >= 8) return std::int64_t{256} << (code - 8);
+  if (code != 6 && code != 7) return 0;
+  // The size follows the frame's number, coded in one to seven bytes the way UTF-8 codes a
+  // character: its first byte's leading ones count the bytes (none: one byte).
+  const int ones = std::countl_one(data[4]);
+  if (ones == 1 || ones > 7) return 0;
+  const int at = 4 + std::max(ones, 1);
+  if (at + (code == 7 ? 2 : 1) > packet.size) return 0;
+  return (code == 6 ? data[at] : (data[at] << 8 | data[at + 1])) + 1;
+}
+
 // Frames a packet decodes to, from its duration where timestamps count samples, else from the
-// coding's frame size.
-std::int64_t PacketFrames(const AVPacket& packet, const AudioStreamFacts& facts) {
+// coding's frame size, or from what its own header says (FLAC's block size, Vorbis' block
+// sizes: Matroska's millisecond stamps cannot tell them, least of all the last block's).
+std::int64_t PacketFrames(const AVPacket& packet, const AudioStreamFacts& facts,
+                          ScanTotals& total) {
   if (facts.exactTimestamps && packet.duration > 0) {
     return ToSamples(packet.duration, facts.timeBase, facts.sampleRate);
+  }
+  if (facts.parameters->codec_id == AV_CODEC_ID_FLAC) {
+    if (const std::int64_t frames = FlacBlockFrames(packet); frames > 0) return frames;
+  }
+  if (total.vorbis) {
+    const int frames = av_vorbis_parse_frame(total.vorbis.get(), packet.data, packet.size);
+    // The decoder's first block only starts the overlap and gives no frame; each later one
+    // gives the overlap of the block before it and of its own.
+    if (frames >= 0) return total.packets == 0 ? 0 : frames;
   }
   const int frames = av_get_audio_frame_duration2(facts.parameters.get(), packet.size);
   if (frames > 0) return frames;
@@ -242,7 +277,13 @@ std::int64_t OpusPreSkip(const AudioStreamFacts& facts) {
 void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams) {
   std::map<int, ScanTotals> totals;
   std::map<int, AudioStreamFacts*> byIndex;
-  for (auto& facts : streams) byIndex[facts.streamIndex] = &facts;
+  for (auto& facts : streams) {
+    byIndex[facts.streamIndex] = &facts;
+    if (facts.parameters->codec_id == AV_CODEC_ID_VORBIS && !facts.exactTimestamps) {
+      totals[facts.streamIndex].vorbis.reset(
+          av_vorbis_parse_init(facts.parameters->extradata, facts.parameters->extradata_size));
+    }
+  }
   // The generic index built by this pass serves later seeks; let it hold a long file whole.
   format->max_index_size = 64 << 20;
   PacketPtr packet(av_packet_alloc());
@@ -252,6 +293,7 @@ void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams
     const auto found = byIndex.find(packet->stream_index);
     if (found == byIndex.end()) continue;
     ScanTotals& total = totals[packet->stream_index];
+    AudioStreamFacts& facts = *found->second;
     const auto [skipStart, discardEnd] = SkippedSamples(*packet);
     if (total.firstTimestamp == AV_NOPTS_VALUE) {
       total.firstTimestamp = packet->pts;
@@ -260,11 +302,12 @@ void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams
     if (packet->pts != AV_NOPTS_VALUE) {
       total.end = std::max(total.end, packet->pts + std::max<std::int64_t>(packet->duration, 0));
     }
-    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0 || DecoderRefuses(*packet, *found->second)) {
+    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0 || DecoderRefuses(*packet, facts)) {
       continue;
     }
-    const std::int64_t frames = PacketFrames(*packet, *found->second) - skipStart - discardEnd;
+    const std::int64_t frames = PacketFrames(*packet, facts, total) - skipStart - discardEnd;
     total.samples += std::max<std::int64_t>(0, frames);
+    ++total.packets;
   }
   const bool ogg = IsOgg(format);
   for (auto& facts : streams) {

@@ -1,0 +1,100 @@
+// Where a file's sound starts and ends when its container tells less than its coding: Matroska
+// stores no end trim and stamps blocks in milliseconds. The plug-in reads such files as
+// independent readers do (two of them agreeing on the sound's length).
+
+#include "CommandOutput.h"
+#include "HostRecords.h"
+#include "KivaQTInterface.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace {
+
+const std::string kFixtures = KIVA_FIXTURES;
+
+// The plug-in's whole reading of a file, as a host reads it: the length it reports and the
+// samples of [0, length), interleaved.
+struct Reading {
+  std::int64_t length = -1;
+  int rate = 0;
+  std::vector<float> samples;
+};
+
+Reading ReadWhole(const std::string& path, int channels) {
+  Reading reading;
+  kivahost::HostOpen open(path);
+  kiva::KivaQTInterface kivaInterface;
+  EXPECT_EQ(kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open), 0) << path;
+  if (open.source == nullptr) return reading;
+  kivahost::HostFormat format;
+  EXPECT_EQ(kivaInterface.EntryPoint(kiva::kSelGetFormat, open.source, &format), 0);
+  EXPECT_EQ(format.GetNumChannels(), channels);
+  reading.length = format.sampleCount;
+  reading.rate = format.sampleRate;
+  const auto frames = static_cast<std::size_t>(std::max<std::int64_t>(reading.length, 0));
+  std::vector<std::vector<float>> planes(static_cast<std::size_t>(channels),
+                                         std::vector<float>(frames, -7.0f));
+  std::vector<float*> buffers;
+  for (auto& plane : planes) buffers.push_back(plane.data());
+  kivahost::HostReadSamples read(0, reading.length, buffers);
+  EXPECT_EQ(kivaInterface.EntryPoint(kiva::kSelReadSamples, open.source, &read), 0);
+  kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
+  reading.samples.resize(frames * planes.size());
+  for (std::size_t i = 0; i < frames; ++i) {
+    for (std::size_t c = 0; c < planes.size(); ++c)
+      reading.samples[i * planes.size() + c] = planes[c][i];
+  }
+  return reading;
+}
+
+std::vector<float> FFmpegDecode(const std::string& path) {
+  return kiva::test::CommandFloats("ffmpeg -nostdin -v error -i '" + path + "' -f f32le -");
+}
+
+std::vector<float> GStreamerDecode(const std::string& path) {
+  return kiva::test::CommandFloats("gst-launch-1.0 -q filesrc location='" + path +
+                                   "' ! decodebin ! audioconvert ! audio/x-raw,format=F32LE ! "
+                                   "fdsink fd=1 2>/dev/null");
+}
+
+// `sound` (interleaved) lies in `reading` from frame `from` on; every other frame is silent.
+void ExpectSoundAt(const Reading& reading, std::int64_t from, const std::vector<float>& sound,
+                   int channels) {
+  const auto offset = static_cast<std::size_t>(from * channels);
+  ASSERT_LE(offset + sound.size(), reading.samples.size());
+  std::int64_t silentBefore = 0;
+  for (std::size_t i = 0; i < offset; ++i) silentBefore += reading.samples[i] == 0.0f;
+  EXPECT_EQ(silentBefore, static_cast<std::int64_t>(offset));
+  std::int64_t differing = 0;
+  for (std::size_t i = 0; i < sound.size(); ++i) {
+    differing += reading.samples[offset + i] != sound[i];
+  }
+  EXPECT_EQ(differing, 0);
+  std::int64_t silentAfter = 0;
+  for (std::size_t i = offset + sound.size(); i < reading.samples.size(); ++i) {
+    silentAfter += reading.samples[i] == 0.0f;
+  }
+  EXPECT_EQ(silentAfter, static_cast<std::int64_t>(reading.samples.size() - offset - sound.size()));
+}
+
+// Vorbis and FLAC in Matroska: the sound is the whole decode of every block, the last one's
+// included, whose end no millisecond stamp tells.
+TEST(SoundBoundaries, MatroskaSoundEndsWithItsLastBlock) {
+  for (const char* name : {"vorbis.webm", "flac.mka"}) {
+    SCOPED_TRACE(name);
+    const std::string path = kFixtures + "/" + name;
+    const auto ffmpeg = FFmpegDecode(path);
+    ASSERT_EQ(GStreamerDecode(path).size(), ffmpeg.size()) << "GStreamer and ffmpeg disagree";
+    const Reading reading = ReadWhole(path, 2);
+    EXPECT_EQ(reading.length, static_cast<std::int64_t>(ffmpeg.size() / 2));
+    ExpectSoundAt(reading, 0, ffmpeg, 2);
+  }
+}
+
+}  // namespace
