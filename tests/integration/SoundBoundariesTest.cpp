@@ -1,6 +1,7 @@
 // Where a file's sound starts and ends when its container tells less than its coding: Matroska
-// stores no end trim and stamps blocks in milliseconds. The plug-in reads such files as
-// independent readers do (two of them agreeing on the sound's length).
+// stores no end trim and stamps blocks in milliseconds, and a movie's track may begin after an
+// empty edit. The plug-in reads such files as independent readers do (two of them agreeing on the
+// sound's length), with silence before a sound that starts late, on the file's own clock.
 
 #include "CommandOutput.h"
 #include "HostRecords.h"
@@ -63,6 +64,15 @@ std::vector<float> GStreamerDecode(const std::string& path) {
                                    "fdsink fd=1 2>/dev/null");
 }
 
+// A number ffprobe prints for the file (`entries` as its -show_entries takes them), in
+// millionths.
+std::int64_t ProbedMillionths(const std::string& path, const std::string& entries) {
+  const std::string text = kiva::test::CommandOutput("ffprobe -v error -show_entries " + entries +
+                                                     " -of csv=p=0 '" + path + "'");
+  EXPECT_FALSE(text.empty()) << entries;
+  return text.empty() ? -1 : std::llround(std::stod(text) * 1e6);
+}
+
 // `sound` (interleaved) lies in `reading` from frame `from` on; every other frame is silent.
 void ExpectSoundAt(const Reading& reading, std::int64_t from, const std::vector<float>& sound,
                    int channels) {
@@ -95,6 +105,36 @@ TEST(SoundBoundaries, MatroskaSoundEndsWithItsLastBlock) {
     EXPECT_EQ(reading.length, static_cast<std::int64_t>(ffmpeg.size() / 2));
     ExpectSoundAt(reading, 0, ffmpeg, 2);
   }
+}
+
+// A Matroska file's clock starts at 0: a first block stamped at 1 s is heard after a second of
+// silence, as a movie's track after an empty edit.
+TEST(SoundBoundaries, MatroskaSoundStampedLateStartsAtItsStamp) {
+  const std::string path = kFixtures + "/flac-late.mka";
+  const auto ffmpeg = FFmpegDecode(path);
+  ASSERT_EQ(GStreamerDecode(path).size(), ffmpeg.size()) << "GStreamer and ffmpeg disagree";
+  const std::int64_t start = ProbedMillionths(path, "stream=start_time");
+  const Reading reading = ReadWhole(path, 2);
+  const std::int64_t lead = start * reading.rate / 1000000;
+  ASSERT_GT(lead, 0);
+  EXPECT_EQ(reading.length, lead + static_cast<std::int64_t>(ffmpeg.size() / 2));
+  ExpectSoundAt(reading, lead, ffmpeg, 2);
+}
+
+// A movie's only track begins with an empty edit: its length is the track's duration (the movie's,
+// here) times the rate, truncated, and its sound lies where the edit list puts it.
+TEST(SoundBoundaries, MovieTrackAfterAnEmptyEdit) {
+  const std::string path = kFixtures + "/late-sound.mov";
+  const auto ffmpeg = FFmpegDecode(path);
+  ASSERT_EQ(GStreamerDecode(path).size(), ffmpeg.size()) << "GStreamer and ffmpeg disagree";
+  const std::int64_t start = ProbedMillionths(path, "stream=start_time");
+  const std::int64_t duration = ProbedMillionths(path, "format=duration");
+  const Reading reading = ReadWhole(path, 2);
+  ASSERT_EQ(reading.rate, 48000);
+  const std::int64_t lead = start * reading.rate / 1000000;
+  ASSERT_GT(lead, 0);
+  EXPECT_EQ(reading.length, duration * reading.rate / 1000000);
+  ExpectSoundAt(reading, lead, ffmpeg, 2);
 }
 
 }  // namespace
