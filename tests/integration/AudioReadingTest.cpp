@@ -116,10 +116,12 @@ std::vector<Fixture> Fixtures() {
       {"aac-gap.mka", 2, 48000, 0, lr},
       {"vorbis.webm", 2, 48000, 0, lr},
       {"flac.mka", 2, 48000, 0, lr},
-      // Sound that starts after silence is not where the ffmpeg command's decode puts it (other
-      // readers check it); here, how it is read.
+      // Sound that starts after silence, and MP3 frames behind junk, are not where the ffmpeg
+      // command's decode puts them (other readers check them); here, how they are read.
       {"flac-late.mka", 2, 48000, 48000 + 100001, lr, 0, "", {}},
       {"late-sound.mov", 2, 48000, 124032, lr, 0, "", {}},  // 2584 ms at 48 kHz
+      {"mp3-junk-first.mp3", 2, 44100, 54321, lr, 0, "", {}},
+      {"mp3-junk-after-id3.mp3", 2, 44100, 54321, lr, 0, "", {}},
       {"av.mp4", 2, 48000, 168000, lr},
       {"two-tracks.mov", 4, 48000, 120000, {100, 101, 100, 101}, 0, "", {0, 1}, {2, 2}},
       // The 44.1 kHz track is resampled to the movie's rate: only the second is FFmpeg's own.

@@ -1,7 +1,8 @@
 // Where a file's sound starts and ends when its container tells less than its coding: Matroska
-// stores no end trim and stamps blocks in milliseconds, and a movie's track may begin after an
-// empty edit. The plug-in reads such files as independent readers do (two of them agreeing on the
-// sound's length), with silence before a sound that starts late, on the file's own clock.
+// stores no end trim and stamps blocks in milliseconds, a movie's track may begin after an empty
+// edit, and an MP3's gapless tag may sit behind bytes a tagger left. The plug-in reads such files
+// as independent readers do (two of them agreeing on the sound's length), with silence before a
+// sound that starts late, on the file's own clock.
 
 #include "CommandOutput.h"
 #include "HostRecords.h"
@@ -135,6 +136,38 @@ TEST(SoundBoundaries, MovieTrackAfterAnEmptyEdit) {
   ASSERT_GT(lead, 0);
   EXPECT_EQ(reading.length, duration * reading.rate / 1000000);
   ExpectSoundAt(reading, lead, ffmpeg, 2);
+}
+
+// Bytes before an MP3's first frame hide its gapless tag from FFmpeg: the tag's frame is still
+// no sound, and the encoder's delay and padding are still trimmed. The length is lame's and
+// mpg123's; the samples are those of the same frames without the bytes before them, and line up
+// with mpg123's decode.
+TEST(SoundBoundaries, Mp3BehindBytesATaggerLeft) {
+  const std::string clean = kFixtures + "/mp3-lame.mp3";
+  const auto ffmpegClean = FFmpegDecode(clean);
+  for (const char* name : {"mp3-junk-first.mp3", "mp3-junk-after-id3.mp3"}) {
+    SCOPED_TRACE(name);
+    const std::string path = kFixtures + "/" + name;
+    // lame writes 16-bit frames of two channels, without a header (-t).
+    const std::int64_t lameFrames =
+        static_cast<std::int64_t>(
+            kiva::test::CommandOutput("lame --quiet --decode -t '" + path + "' -").size()) /
+        4;
+    const auto mpg123 = kiva::test::CommandFloats("mpg123 -q -e f32 -s '" + path + "'");
+    ASSERT_EQ(static_cast<std::int64_t>(mpg123.size() / 2), lameFrames)
+        << "lame and mpg123 disagree";
+    const Reading reading = ReadWhole(path, 2);
+    EXPECT_EQ(reading.length, lameFrames);
+    ExpectSoundAt(reading, 0, ffmpegClean, 2);
+    EXPECT_EQ(reading.samples, ReadWhole(clean, 2).samples);
+    ASSERT_EQ(reading.samples.size(), mpg123.size());
+    double worst = 0;
+    for (std::size_t i = 0; i < mpg123.size(); ++i) {
+      worst = std::max(worst, std::fabs(static_cast<double>(reading.samples[i]) - mpg123[i]));
+    }
+    // The decoders round differently; a frame's shift would differ by a hundredth and more.
+    EXPECT_LT(worst, 1e-5);
+  }
 }
 
 }  // namespace
