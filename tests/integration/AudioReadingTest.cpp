@@ -91,6 +91,8 @@ std::vector<Fixture> Fixtures() {
       {"pcm.wav", 2, 48000, 168000, {0, 0}},
       {"pcm.aiff", 2, 48000, 168000, {0, 0}},
       {"aac-mono.m4a", 1, 48000, 168000, {0}},  // a Mono layout: one Discrete channel
+      // 33,339 frames: 756 ms in the movie's scale of 1000, which its decoder rounds up.
+      {"aac-mono-44k.m4a", 1, 44100, 33339, {0}},
       {"aac-stereo.m4a", 2, 48000, 168000, lr},
       {"aac-51.m4a", 6, 48000, 168000, surround},
       {"aac.aac", 2, 48000, 0, lr},
@@ -112,6 +114,14 @@ std::vector<Fixture> Fixtures() {
       {"mp3.mka", 2, 48000, 0, lr},
       {"aac-30s.mka", 1, 48000, 0, {0}},
       {"aac-gap.mka", 2, 48000, 0, lr},
+      {"vorbis.webm", 2, 48000, 0, lr},
+      {"flac.mka", 2, 48000, 0, lr},
+      // Sound that starts after silence, and MP3 frames behind junk, are not where the ffmpeg
+      // command's decode puts them (other readers check them); here, how they are read.
+      {"flac-late.mka", 2, 48000, 48000 + 100001, lr, 0, "", {}},
+      {"late-sound.mov", 2, 48000, 124032, lr, 0, "", {}},  // 2584 ms at 48 kHz
+      {"mp3-junk-first.mp3", 2, 44100, 54321, lr, 0, "", {}},
+      {"mp3-junk-after-id3.mp3", 2, 44100, 54321, lr, 0, "", {}},
       {"av.mp4", 2, 48000, 168000, lr},
       {"two-tracks.mov", 4, 48000, 120000, {100, 101, 100, 101}, 0, "", {0, 1}, {2, 2}},
       // The 44.1 kHz track is resampled to the movie's rate: only the second is FFmpeg's own.

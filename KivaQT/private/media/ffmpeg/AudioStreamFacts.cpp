@@ -4,14 +4,17 @@
 
 extern "C" {
 #include <libavcodec/ac3_parser.h>
+#include <libavcodec/vorbis_parser.h>
 #include <libavutil/crc.h>
 #include <libavutil/opt.h>
 }
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <map>
+#include <optional>
 #include <utility>
 
 namespace kiva::qt::media::ffmpeg {
@@ -171,20 +174,101 @@ std::int64_t MovHeldFrames(const AVFormatContext* format, AVStream* stream, std:
   return -1;
 }
 
+// The frames an MPEG audio layer III decoder's output lags its input by.
+constexpr std::int64_t kMp3DecoderDelay = 529;
+
+struct GaplessTag {
+  std::int64_t delay = 0;    // frames the encoder put before the sound
+  std::int64_t padding = 0;  // frames it put after it
+};
+
+std::uint32_t BigEndian32(const std::uint8_t* bytes) {
+  return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 |
+         std::uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+// The encoder delay and padding that an MPEG audio layer III frame's Xing or Info header
+// records in its LAME tag (which FFmpeg's encoders write too); nothing when the frame has none.
+std::optional<GaplessTag> ReadGaplessTag(const std::uint8_t* data, int size) {
+  if (data == nullptr || size < 4 || data[0] != 0xFF || (data[1] & 0xE0) != 0xE0) return {};
+  const int version = (data[1] >> 3) & 3;  // 3: MPEG-1, 2: MPEG-2, 0: MPEG-2.5, 1: reserved
+  const int layer = (data[1] >> 1) & 3;    // 1: layer III
+  if (version == 1 || layer != 1) return {};
+  const bool mono = (data[3] >> 6) == 3;
+  // The header sits where the frame's side information ends.
+  int at = 4 + (version == 3 ? (mono ? 17 : 32) : (mono ? 9 : 17));
+  if (at + 8 > size ||
+      (std::memcmp(data + at, "Xing", 4) != 0 && std::memcmp(data + at, "Info", 4) != 0)) {
+    return {};
+  }
+  const std::uint32_t fields = BigEndian32(data + at + 4);
+  at += 8;
+  if ((fields & 1) != 0) at += 4;    // frame count
+  if ((fields & 2) != 0) at += 4;    // byte count
+  if ((fields & 4) != 0) at += 100;  // seek table
+  if ((fields & 8) != 0) at += 4;    // quality
+  // Encoder name (9 bytes), revision, low-pass, peak (4), two gains (2 each), flags, bit rate,
+  // then delay and padding, 12 bits each.
+  constexpr int kDelayAt = 21;
+  if (at + kDelayAt + 3 > size ||
+      (std::memcmp(data + at, "LAME", 4) != 0 && std::memcmp(data + at, "Lavf", 4) != 0 &&
+       std::memcmp(data + at, "Lavc", 4) != 0)) {
+    return {};
+  }
+  const std::uint32_t both = std::uint32_t{data[at + kDelayAt]} << 16 |
+                             std::uint32_t{data[at + kDelayAt + 1]} << 8 | data[at + kDelayAt + 2];
+  return GaplessTag{both >> 12, both & 0xFFF};
+}
+
 struct ScanTotals {
   std::int64_t samples = 0;
+  std::int64_t packets = 0;  // counted so far
   std::int64_t firstTimestamp = AV_NOPTS_VALUE;
   std::int64_t firstSkip = 0;
   std::int64_t end = AV_NOPTS_VALUE;  // latest packet end, in the time base
+  // A gapless tag read from the first packet (an MP3's tag frame the demuxer passed on).
+  std::optional<GaplessTag> tag;
+  // Vorbis block sizes, for a container whose timestamps do not count samples.
+  VorbisParsePtr vorbis;
 };
 
 bool IsOgg(const AVFormatContext* format) { return std::strcmp(format->iformat->name, "ogg") == 0; }
 
+// The frames of a FLAC frame, from the block size its header gives; 0 when the packet does
+// not open with a frame header.
+std::int64_t FlacBlockFrames(const AVPacket& packet) {
+  const std::uint8_t* data = packet.data;
+  if (data == nullptr || packet.size < 6 || data[0] != 0xFF || (data[1] & 0xFE) != 0xF8) return 0;
+  const int code = data[2] >> 4;
+  if (code == 1) return 192;
+  if (code >= 2 && code <= 5) return std::int64_t{576} << (code - 2);
+  if (code >= 8) return std::int64_t{256} << (code - 8);
+  if (code != 6 && code != 7) return 0;
+  // The size follows the frame's number, coded in one to seven bytes the way UTF-8 codes a
+  // character: its first byte's leading ones count the bytes (none: one byte).
+  const int ones = std::countl_one(data[4]);
+  if (ones == 1 || ones > 7) return 0;
+  const int at = 4 + std::max(ones, 1);
+  if (at + (code == 7 ? 2 : 1) > packet.size) return 0;
+  return (code == 6 ? data[at] : (data[at] << 8 | data[at + 1])) + 1;
+}
+
 // Frames a packet decodes to, from its duration where timestamps count samples, else from the
-// coding's frame size.
-std::int64_t PacketFrames(const AVPacket& packet, const AudioStreamFacts& facts) {
+// coding's frame size, or from what its own header says (FLAC's block size, Vorbis' block
+// sizes: Matroska's millisecond stamps cannot tell them, least of all the last block's).
+std::int64_t PacketFrames(const AVPacket& packet, const AudioStreamFacts& facts,
+                          ScanTotals& total) {
   if (facts.exactTimestamps && packet.duration > 0) {
     return ToSamples(packet.duration, facts.timeBase, facts.sampleRate);
+  }
+  if (facts.parameters->codec_id == AV_CODEC_ID_FLAC) {
+    if (const std::int64_t frames = FlacBlockFrames(packet); frames > 0) return frames;
+  }
+  if (total.vorbis) {
+    const int frames = av_vorbis_parse_frame(total.vorbis.get(), packet.data, packet.size);
+    // The decoder's first block only starts the overlap and gives no frame; each later one
+    // gives the overlap of the block before it and of its own.
+    if (frames >= 0) return total.packets == 0 ? 0 : frames;
   }
   const int frames = av_get_audio_frame_duration2(facts.parameters.get(), packet.size);
   if (frames > 0) return frames;
@@ -242,7 +326,14 @@ std::int64_t OpusPreSkip(const AudioStreamFacts& facts) {
 void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams) {
   std::map<int, ScanTotals> totals;
   std::map<int, AudioStreamFacts*> byIndex;
-  for (auto& facts : streams) byIndex[facts.streamIndex] = &facts;
+  for (auto& facts : streams) {
+    byIndex[facts.streamIndex] = &facts;
+    if (facts.parameters->codec_id == AV_CODEC_ID_VORBIS && !facts.exactTimestamps) {
+      totals[facts.streamIndex].vorbis.reset(
+          av_vorbis_parse_init(facts.parameters->extradata, facts.parameters->extradata_size));
+    }
+  }
+  const bool mp3 = std::strcmp(format->iformat->name, "mp3") == 0;
   // The generic index built by this pass serves later seeks; let it hold a long file whole.
   format->max_index_size = 64 << 20;
   PacketPtr packet(av_packet_alloc());
@@ -252,19 +343,36 @@ void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams
     const auto found = byIndex.find(packet->stream_index);
     if (found == byIndex.end()) continue;
     ScanTotals& total = totals[packet->stream_index];
+    AudioStreamFacts& facts = *found->second;
     const auto [skipStart, discardEnd] = SkippedSamples(*packet);
     if (total.firstTimestamp == AV_NOPTS_VALUE) {
+      // A frame holding a gapless tag that the demuxer did not take for one (it looks for it
+      // only right after an ID3v2 tag, and a tagger may have left bytes between them): no
+      // sound, and the encoder's delay and padding it records are still to be trimmed.
+      if (mp3 && !total.tag && skipStart == 0 && packet->pos >= 0) {
+        total.tag = ReadGaplessTag(packet->data, packet->size);
+        if (total.tag) {
+          facts.tagFramePosition = packet->pos;
+          continue;
+        }
+      }
       total.firstTimestamp = packet->pts;
       total.firstSkip = skipStart;
+      if (total.tag) {
+        facts.firstSoundPosition = packet->pos;
+        facts.tagSkip = static_cast<std::uint32_t>(total.tag->delay + kMp3DecoderDelay);
+        total.firstSkip = facts.tagSkip;
+      }
     }
     if (packet->pts != AV_NOPTS_VALUE) {
       total.end = std::max(total.end, packet->pts + std::max<std::int64_t>(packet->duration, 0));
     }
-    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0 || DecoderRefuses(*packet, *found->second)) {
+    if ((packet->flags & AV_PKT_FLAG_DISCARD) != 0 || DecoderRefuses(*packet, facts)) {
       continue;
     }
-    const std::int64_t frames = PacketFrames(*packet, *found->second) - skipStart - discardEnd;
+    const std::int64_t frames = PacketFrames(*packet, facts, total) - skipStart - discardEnd;
     total.samples += std::max<std::int64_t>(0, frames);
+    ++total.packets;
   }
   const bool ogg = IsOgg(format);
   for (auto& facts : streams) {
@@ -282,6 +390,16 @@ void ScanPackets(AVFormatContext* format, std::vector<AudioStreamFacts>& streams
       facts.origin = total.firstTimestamp;
     }
     facts.length = total.samples;
+    if (total.tag && total.firstTimestamp != AV_NOPTS_VALUE) {
+      // Trimmed as the demuxer trims a file whose tag it found: the delay from the first
+      // frame's output, and at the end the padding the decoder's own delay has not taken up.
+      facts.origin = total.firstTimestamp +
+                     av_rescale_q(facts.tagSkip, AVRational{1, facts.sampleRate}, facts.timeBase);
+      facts.length = std::max<std::int64_t>(
+          0, facts.length - facts.tagSkip -
+                 std::max<std::int64_t>(0, total.tag->padding - kMp3DecoderDelay));
+      continue;
+    }
     // Opus's decoder drops the stream's pre-skip by itself, read from its header, where the
     // container marks no samples to skip (Matroska, WebM: their codec delay is that pre-skip).
     if (total.firstSkip == 0)

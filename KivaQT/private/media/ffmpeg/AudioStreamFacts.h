@@ -26,6 +26,13 @@ struct AudioStreamFacts {
   std::int64_t length = 0;  // frames of the stream's true length
   // Frames to decode ahead of a wanted position so that the decoder's state has settled.
   std::int64_t preroll = 0;
+  // An MP3 whose gapless tag the demuxer missed (bytes before its first frame) hands the tag's
+  // frame over as sound: that packet, at this byte position, is dropped, and the decoder is
+  // told to drop `tagSkip` frames (the encoder's and decoder's delay) from the output of the
+  // packet at `firstSoundPosition`. -1: nothing to drop.
+  std::int64_t tagFramePosition = -1;
+  std::int64_t firstSoundPosition = -1;
+  std::uint32_t tagSkip = 0;
 };
 
 // Linear PCM of any sample format.

@@ -5,6 +5,7 @@
 
 extern "C" {
 #include <libavutil/channel_layout.h>
+#include <libavutil/intreadwrite.h>
 }
 
 #include <algorithm>
@@ -135,7 +136,7 @@ OSErr AudioStreamReader::ReadPacket() {
       return kNoErr;
     }
     PacketReference unref(packet.get());
-    if (packet->stream_index != facts.streamIndex) continue;
+    if (packet->stream_index != facts.streamIndex || !Admit(*packet)) continue;
     if (discardBefore != AV_NOPTS_VALUE && packet->pts != AV_NOPTS_VALUE &&
         packet->pts + std::max<std::int64_t>(packet->duration, 0) <= discardBefore) {
       continue;  // wholly before the pre-roll: not worth decoding
@@ -150,6 +151,20 @@ OSErr AudioStreamReader::ReadPacket() {
     avcodec_send_packet(decoder.get(), packet.get());
     return kNoErr;
   }
+}
+
+bool AudioStreamReader::Admit(AVPacket& read) const {
+  if (facts.tagFramePosition < 0 || read.pos < 0) return true;
+  if (read.pos == facts.tagFramePosition) return false;
+  if (read.pos == facts.firstSoundPosition && facts.tagSkip > 0) {
+    // What the demuxer marks on the first frame of a file whose tag it found.
+    std::uint8_t* skip = av_packet_new_side_data(&read, AV_PKT_DATA_SKIP_SAMPLES, 10);
+    if (skip != nullptr) {
+      std::memset(skip, 0, 10);
+      AV_WL32(skip, facts.tagSkip);
+    }
+  }
+  return true;
 }
 
 std::int64_t AudioStreamReader::FramePosition(const AVFrame& decoded) const {
@@ -275,7 +290,7 @@ OSErr AudioStreamReader::BuildIndex() {
     const bool atEnd = result < 0;
     if (!atEnd) {
       PacketReference unref(packet.get());
-      if (packet->stream_index != facts.streamIndex) continue;
+      if (packet->stream_index != facts.streamIndex || !Admit(*packet)) continue;
       index.push_back(IndexEntry{KeyOf(*packet), packet->pts, decodedFrames});
       avcodec_send_packet(decoder.get(), packet.get());
     } else {

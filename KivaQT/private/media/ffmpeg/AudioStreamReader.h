@@ -63,6 +63,9 @@ class AudioStreamReader {
   OSErr DecodeNext(bool& ended);
   // Sends the next packet of the stream to the decoder (or the drain request at the end).
   OSErr ReadPacket();
+  // Whether a packet of the stream is sound to decode (an MP3's tag frame is not); marks the
+  // samples the decoder is to drop where the demuxer did not.
+  bool Admit(AVPacket& read) const;
   // Converts a decoded frame to float into one plane per channel (null: not wanted).
   OSErr Convert(const AVFrame& decoded, const std::vector<float*>& planes);
   // Converts a decoded frame into `pending`.

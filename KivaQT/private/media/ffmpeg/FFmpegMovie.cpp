@@ -75,15 +75,10 @@ AudioStreamBasicDescription StreamDescriptionOf(const AVCodecParameters& paramet
 
 class SoundTrack final : public Track {
  public:
-  // `declared` is the track's duration as its movie declares it (0 if it does not), in
-  // `declaredScale` units.
-  SoundTrack(const AVStream& stream, const AudioStreamFacts* facts, std::int64_t offset,
-             std::int64_t declared, std::int64_t declaredScale, const std::int32_t& movieScale)
-      : movieScale(movieScale),
-        facts(facts),
-        offset(offset),
-        declared(declared),
-        declaredScale(declaredScale) {
+  // `frames` is the track's length on the movie's timeline at its own rate (TrackFrames).
+  SoundTrack(const AVStream& stream, const AudioStreamFacts* facts, std::int64_t frames,
+             const std::int32_t& movieScale)
+      : movieScale(movieScale), facts(facts), frames(frames) {
     // The facts hold what the study learned beyond the container (the decoder's layout).
     const AVCodecParameters& parameters = facts != nullptr ? *facts->parameters : *stream.codecpar;
     sound.formatCode = FormatCodeOf(parameters.codec_id);
@@ -96,24 +91,11 @@ class SoundTrack final : public Track {
     mediaScale = facts != nullptr ? facts->sampleRate : std::max(parameters.sample_rate, 1);
   }
   std::uint32_t GetMediaType() const override { return kSoundMediaType; }
-  // A movie's own account of the track's length (its edit list, empty edits included) where
-  // it is where the decoded sound ends, counted in the movie's whole time units; otherwise
-  // (a damaged header) where the sound ends. Rounded up so that duration / scale * rate,
-  // truncated, gives back an exact frame count whenever the movie's scale is at least the rate.
+  // Rounded up into the movie's scale, so that duration / scale * rate, truncated, gives back
+  // exactly the frame count whenever the movie's scale is at least the rate.
   std::int64_t GetDuration() const override {
     if (facts == nullptr) return 0;
-    const std::int64_t end = offset + facts->length;  // at the stream's own rate
-    if (declared > 0 && declaredScale > 0) {
-      // Each edit counts in whole units: the declared length lies less than two units after
-      // the end (compared as exact fractions).
-      const __int128 declaredAtRate = static_cast<__int128>(declared) * facts->sampleRate;
-      const __int128 endInUnits = static_cast<__int128>(end) * declaredScale;
-      if (declaredAtRate >= endInUnits &&
-          declaredAtRate < endInUnits + 2 * static_cast<__int128>(facts->sampleRate)) {
-        return av_rescale_rnd(declared, movieScale, declaredScale, AV_ROUND_UP);
-      }
-    }
-    return av_rescale_rnd(end, movieScale, facts->sampleRate, AV_ROUND_UP);
+    return av_rescale_rnd(frames, movieScale, facts->sampleRate, AV_ROUND_UP);
   }
   std::int32_t GetMediaTimeScale() const override { return mediaScale; }
   std::int64_t GetMediaDisplayDuration() const override {
@@ -126,9 +108,7 @@ class SoundTrack final : public Track {
  private:
   const std::int32_t& movieScale;
   const AudioStreamFacts* facts;
-  std::int64_t offset;
-  std::int64_t declared;
-  std::int64_t declaredScale;
+  std::int64_t frames;
   std::int32_t mediaScale = 1;
   SoundDescription sound;
 };
@@ -212,6 +192,34 @@ class OtherTrack final : public Track {
   std::uint32_t type;
 };
 
+// A sound track's length on the movie's timeline, at its own rate, from its start offset and
+// the stream's length: a movie's own account of it (its edit list, empty edits included: the
+// declared duration in its own scale times the rate, truncated) where it is where the decoded
+// sound ends; otherwise (no movie, or a damaged header) where the sound ends.
+std::int64_t TrackFrames(std::int64_t offset, const AudioStreamFacts& facts, std::int64_t declared,
+                         std::int64_t declaredScale) {
+  const std::int64_t end = offset + facts.length;
+  if (declared <= 0 || declaredScale <= 0) return end;
+  // Each edit counts in whole units, rounded either way by the writer: the declared length
+  // lies less than one unit before the end or less than two after it (compared as exact
+  // fractions).
+  const __int128 declaredAtRate = static_cast<__int128>(declared) * facts.sampleRate;
+  const __int128 endInUnits = static_cast<__int128>(end) * declaredScale;
+  if (declaredAtRate <= endInUnits - declaredScale ||
+      declaredAtRate >= endInUnits + 2 * static_cast<__int128>(facts.sampleRate)) {
+    return end;
+  }
+  return static_cast<std::int64_t>(static_cast<double>(declared) /
+                                   static_cast<double>(declaredScale) * facts.sampleRate);
+}
+
+// Containers whose time 0 is where their timeline starts, whatever comes first; the others
+// (transport streams and the like) start theirs at any clock value.
+bool TimesStartAtZero(const AVInputFormat& demuxer) {
+  return std::strncmp(demuxer.name, "mov,", 4) == 0 ||
+         std::strncmp(demuxer.name, "matroska", 8) == 0;
+}
+
 bool IsCoverArt(const AVStream& stream) {
   return (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
 }
@@ -247,11 +255,13 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
   opened->audio = std::make_shared<std::vector<AudioStreamFacts>>(StudyAudioStreams(format.get()));
   opened->timeScale = AudioExactScale(*opened->audio);
 
-  // The movie's timeline starts at its earliest sound or picture.
+  // The movie's timeline starts at its earliest sound or picture; in a movie, and in Matroska
+  // and WebM, whose clocks start at 0 too, at that 0 at the latest: a track that begins later
+  // (after an empty edit, or with a first block stamped late) is heard after silence.
   bool hasMedia = false;
   bool decodable = !opened->audio->empty();
   double origin = 0;
-  bool originSet = false;
+  bool originSet = TimesStartAtZero(*format->iformat);
   const auto consider = [&](double start) {
     if (!originSet || start < origin) origin = start;
     originSet = true;
@@ -286,18 +296,21 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
   for (unsigned i = 0; i < format->nb_streams; ++i) {
     const AVStream& stream = *format->streams[i];
     if (stream.codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
-    const AudioStreamFacts* facts = nullptr;
-    std::int64_t offset = 0;
+    AudioStreamFacts* facts = nullptr;
+    std::int64_t frames = 0;
     for (std::size_t a = 0; a < opened->audio->size(); ++a) {
       if ((*opened->audio)[a].streamIndex == static_cast<int>(i)) {
         facts = &(*opened->audio)[a];
-        offset = opened->audioOffsets[a];
+        const auto length = declared.tracks.find(stream.id);
+        const std::int64_t offset = opened->audioOffsets[a];
+        frames = TrackFrames(offset, *facts, length != declared.tracks.end() ? length->second : 0,
+                             declared.movieScale);
+        // Nothing is heard past the track's end, though its last packet decodes further.
+        facts->length = std::clamp<std::int64_t>(frames - offset, 0, facts->length);
       }
     }
-    const auto length = declared.tracks.find(stream.id);
-    opened->tracks.push_back(std::make_unique<SoundTrack>(
-        stream, facts, offset, length != declared.tracks.end() ? length->second : 0,
-        declared.movieScale, opened->timeScale));
+    opened->tracks.push_back(
+        std::make_unique<SoundTrack>(stream, facts, frames, opened->timeScale));
   }
   for (unsigned i = 0; i < format->nb_streams; ++i) {
     const AVStream& stream = *format->streams[i];

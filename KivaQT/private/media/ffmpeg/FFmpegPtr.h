@@ -3,6 +3,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavcodec/vorbis_parser.h>
 #include <libavformat/avformat.h>
 #include <libswresample/swresample.h>
 }
@@ -33,6 +34,9 @@ struct IOContextDeleter {
 struct CodecParametersDeleter {
   void operator()(AVCodecParameters* parameters) const { avcodec_parameters_free(&parameters); }
 };
+struct VorbisParseDeleter {
+  void operator()(AVVorbisParseContext* context) const { av_vorbis_parse_free(&context); }
+};
 
 using FormatContextPtr = std::unique_ptr<AVFormatContext, FormatContextDeleter>;
 using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
@@ -41,6 +45,7 @@ using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
 using SwrContextPtr = std::unique_ptr<SwrContext, SwrContextDeleter>;
 using IOContextPtr = std::unique_ptr<AVIOContext, IOContextDeleter>;
 using CodecParametersPtr = std::unique_ptr<AVCodecParameters, CodecParametersDeleter>;
+using VorbisParsePtr = std::unique_ptr<AVVorbisParseContext, VorbisParseDeleter>;
 
 // A packet unreferenced when the scope ends, so that every early return releases its data.
 class PacketReference {
