@@ -103,6 +103,9 @@ std::vector<Fixture> Fixtures() {
       {"alac.m4a", 2, 48000, 168000, lr},
       {"vorbis.ogg", 2, 48000, 168000, lr},
       {"opus.opus", 2, 48000, 168000, lr, 1e-4},
+      // Speex's decoder state never settles to what a decode from the start has: a decode
+      // that begins one packet late still differs by up to 0.004 a second later.
+      {"speex.spx", 1, 16000, 40000, {0}, 1e-2},
       {"opus.webm", 2, 48000, 168000, lr, 1e-4},
       {"ac3-51.ac3", 6, 48000, 0, surround, 0, "-cons_noisegen 1"},
       {"ac3-44k.ac3", 2, 44100, 0, lr, 0, "-cons_noisegen 1"},
@@ -273,6 +276,26 @@ TEST(AudioReadingOfTracks, RatesFurtherApartThanSixtyFourTimesCannotBeRead) {
   EXPECT_EQ(source.format.sampleRate, 8000);
   Channels out(2);
   EXPECT_EQ(source.Read(0, 800, out), kiva::kKivaReadAudioFailed);
+}
+
+// Interleaved float samples as GStreamer decodes the file.
+std::vector<float> GStreamerDecode(const std::string& path) {
+  return kiva::test::CommandFloats("gst-launch-1.0 -q filesrc location='" + path +
+                                   "' ! decodebin ! audioconvert ! audio/x-raw,format=F32LE ! "
+                                   "fdsink fd=1 2>/dev/null");
+}
+
+// Speex in Ogg, 2.5 s at 16 kHz: the coder's delay, which Ogg places before the first granule,
+// is part of the sound both ffmpeg and GStreamer give.
+TEST(AudioReadingOfOgg, SpeexLastsWhatFFmpegAndGStreamerDecode) {
+  const std::string path = kFixtures + "/speex.spx";
+  const std::int64_t made = 40000;
+  ASSERT_EQ(static_cast<std::int64_t>(ReferenceDecode(path, 0, 1, "")[0].size()), made);
+  ASSERT_EQ(static_cast<std::int64_t>(GStreamerDecode(path).size()), made);
+  OpenedSource source(path);
+  ASSERT_EQ(source.status, 0);
+  EXPECT_EQ(source.format.sampleRate, 16000);
+  EXPECT_EQ(source.format.sampleCount, made);
 }
 
 INSTANTIATE_TEST_SUITE_P(Fixtures, AudioReading, ::testing::ValuesIn(Fixtures()),

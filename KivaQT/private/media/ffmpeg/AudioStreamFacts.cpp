@@ -219,12 +219,16 @@ std::pair<std::uint32_t, std::uint32_t> SkippedSamples(const AVPacket& packet) {
 
 // Where sample 0 of an Ogg stream lies, in its time base. Ogg timestamps are granule positions:
 // sample 0 is at 0 at the earliest (what comes before it is priming), and after the samples the
-// first packet's decoder skips.
+// first packet's decoder skips. Speex is the exception: its decoder gives every frame of every
+// packet, the coder's delay included, which the demuxer places before 0 (a granule counts
+// the samples that end a page, and nothing marks the delay to be dropped), so its first packet
+// is sample 0 wherever it lies.
 std::int64_t OggOrigin(std::int64_t firstTimestamp, std::int64_t skippedSamples,
                        const AudioStreamFacts& facts) {
-  return std::max<std::int64_t>(
-      0, firstTimestamp +
-             av_rescale_q(skippedSamples, AVRational{1, facts.sampleRate}, facts.timeBase));
+  const std::int64_t first =
+      firstTimestamp +
+      av_rescale_q(skippedSamples, AVRational{1, facts.sampleRate}, facts.timeBase);
+  return facts.parameters->codec_id == AV_CODEC_ID_SPEEX ? first : std::max<std::int64_t>(0, first);
 }
 
 // The samples an Opus stream's header says to drop at its start; 0 for other codings.
@@ -494,11 +498,14 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
     facts.sampleRate = parameters->sample_rate;
     facts.channels = parameters->ch_layout.nb_channels;
     // Ogg gives some Vorbis packets timestamps that are late by a block after a block-size
-    // switch, so Vorbis in Ogg is placed by decoded counts like any inexact time base.
-    const bool oggVorbis = parameters->codec_id == AV_CODEC_ID_VORBIS &&
-                           std::strcmp(format->iformat->name, "ogg") == 0;
+    // switch, and Speex packets read after a seek timestamps off by whole frames (a seek to
+    // 1.2 s of a file of three pages landed at 1.0 s, called 1.2), so both are placed by
+    // decoded counts like any inexact time base.
+    const bool oggInexact =
+        (parameters->codec_id == AV_CODEC_ID_VORBIS || parameters->codec_id == AV_CODEC_ID_SPEEX) &&
+        std::strcmp(format->iformat->name, "ogg") == 0;
     facts.exactTimestamps =
-        facts.timeBase.num == 1 && facts.timeBase.den % facts.sampleRate == 0 && !oggVorbis;
+        facts.timeBase.num == 1 && facts.timeBase.den % facts.sampleRate == 0 && !oggInexact;
     facts.origin = stream->start_time;
     facts.preroll = PrerollFor(*parameters);
     if (parameters->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC) {
