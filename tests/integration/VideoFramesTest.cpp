@@ -199,7 +199,10 @@ INSTANTIATE_TEST_SUITE_P(Fixtures, VideoFrames,
                                            VideoFixture{"rotated-90.mp4", 240, 320, 48},
                                            VideoFixture{"rotated-180.mp4", 320, 240, 48},
                                            VideoFixture{"rotated-270.mp4", 240, 320, 48},
-                                           VideoFixture{"one-frame.mp4", 320, 240, 1}),
+                                           VideoFixture{"one-frame.mp4", 320, 240, 1},
+                                           // Ogg's Theora declares no count: 2 s at 25 fps.
+                                           VideoFixture{"theora.ogv", 320, 240, 50},
+                                           VideoFixture{"theora-vorbis.ogv", 320, 240, 50}),
                          [](const ::testing::TestParamInfo<VideoFixture>& info) {
                            return kiva::test::TestNameFromFile(info.param.file);
                          });
@@ -217,6 +220,37 @@ TEST(VideoFrame, AudioOnlyFileHasNoFrames) {
   ASSERT_EQ(video.status, 0);
   std::string picture;
   EXPECT_EQ(video.Frame(0, 32, 32, picture), -5);
+}
+
+// Theora in Ogg declares neither a frame count nor an average rate: the plug-in reports the
+// frames ffprobe counts by reading them all, at the rate Theora's header gives, as a fraction
+// and as a number alike; every frame can be read.
+TEST(VideoFrame, TheoraInOggHasEveryFrameAtItsRate) {
+  for (const std::string file : {"theora.ogv", "theora-vorbis.ogv"}) {
+    const std::string path = kFixtures + "/" + file;
+    const std::string counted = CommandOutput(
+        "ffprobe -v error -count_frames -select_streams v:0 -show_entries "
+        "stream=nb_read_frames,r_frame_rate -of csv=p=0 '" +
+        path + "'");
+    int rateNumerator = 0;
+    int rateDenominator = 0;
+    int frames = 0;
+    ASSERT_EQ(std::sscanf(counted.c_str(), "%d/%d,%d", &rateNumerator, &rateDenominator, &frames),
+              3)
+        << counted;
+    OpenedVideo video(path);
+    ASSERT_EQ(video.status, 0);
+    EXPECT_EQ(video.Video().frameCount, frames) << file;
+    const double rate = static_cast<double>(rateNumerator) / rateDenominator;
+    EXPECT_DOUBLE_EQ(video.Video().frameRate, rate) << file;
+    ASSERT_GT(video.Video().rateDenominator, 0);
+    EXPECT_DOUBLE_EQ(static_cast<double>(video.Video().rateNumerator) /
+                         static_cast<double>(video.Video().rateDenominator),
+                     rate)
+        << file;
+    std::string picture;
+    EXPECT_EQ(video.Frame(frames - 1, 32, 24, picture), 0) << file;
+  }
 }
 
 TEST(VideoFrame, PixelAspectRatioOfAnAnamorphicFile) {

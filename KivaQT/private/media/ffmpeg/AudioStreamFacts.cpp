@@ -6,6 +6,7 @@ extern "C" {
 #include <libavcodec/ac3_parser.h>
 #include <libavcodec/vorbis_parser.h>
 #include <libavutil/crc.h>
+#include <libavutil/intreadwrite.h>
 #include <libavutil/opt.h>
 }
 
@@ -303,12 +304,16 @@ std::pair<std::uint32_t, std::uint32_t> SkippedSamples(const AVPacket& packet) {
 
 // Where sample 0 of an Ogg stream lies, in its time base. Ogg timestamps are granule positions:
 // sample 0 is at 0 at the earliest (what comes before it is priming), and after the samples the
-// first packet's decoder skips.
+// first packet's decoder skips. Speex is the exception: its decoder gives every frame of every
+// packet, the coder's delay included, which the demuxer places before 0 (a granule counts
+// the samples that end a page, and nothing marks the delay to be dropped), so its first packet
+// is sample 0 wherever it lies.
 std::int64_t OggOrigin(std::int64_t firstTimestamp, std::int64_t skippedSamples,
                        const AudioStreamFacts& facts) {
-  return std::max<std::int64_t>(
-      0, firstTimestamp +
-             av_rescale_q(skippedSamples, AVRational{1, facts.sampleRate}, facts.timeBase));
+  const std::int64_t first =
+      firstTimestamp +
+      av_rescale_q(skippedSamples, AVRational{1, facts.sampleRate}, facts.timeBase);
+  return facts.parameters->codec_id == AV_CODEC_ID_SPEEX ? first : std::max<std::int64_t>(0, first);
 }
 
 // The samples an Opus stream's header says to drop at its start; 0 for other codings.
@@ -587,6 +592,149 @@ bool PlaceRawAc3Stream(const AVFormatContext* format, std::vector<AudioStreamFac
   return true;
 }
 
+// An Ogg file of one stream whose last page belongs to another stream than its first page:
+// files joined one after the other (a saved radio stream, or `cat`), each part with its own
+// serial number. The first page and the file's last stretch tell it, without a pass.
+bool IsChainedOgg(const AVFormatContext* format) {
+  if (!IsOgg(format) || format->nb_streams != 1 || format->url == nullptr) return false;
+  AVIOContext* raw = nullptr;
+  if (avio_open2(&raw, format->url, AVIO_FLAG_READ, nullptr, nullptr) < 0) return false;
+  const IOContextPtr input(raw);
+  constexpr int kPageHeader = 27;  // up to and with the count of lacing values
+  const std::int64_t size = avio_size(input.get());
+  std::uint8_t header[kPageHeader];
+  if (size < kPageHeader || avio_read(input.get(), header, kPageHeader) != kPageHeader ||
+      std::memcmp(header, "OggS", 4) != 0) {
+    return false;
+  }
+  const std::uint32_t firstSerial = AV_RL32(header + 14);
+  // The largest page: its header and 255 lacing values of 255 bytes each.
+  constexpr std::int64_t kLargestPage = kPageHeader + 255 + 255 * 255;
+  const std::int64_t tailStart = std::max<std::int64_t>(0, size - kLargestPage);
+  std::vector<std::uint8_t> tail(static_cast<std::size_t>(size - tailStart));
+  if (avio_seek(input.get(), tailStart, SEEK_SET) != tailStart ||
+      avio_read(input.get(), tail.data(), static_cast<int>(tail.size())) !=
+          static_cast<int>(tail.size())) {
+    return false;
+  }
+  // The last page is the one that ends where the file ends (a capture pattern inside a packet,
+  // or a page cut short, does not).
+  for (std::size_t at = tail.size() - kPageHeader + 1; at-- > 0;) {
+    if (std::memcmp(&tail[at], "OggS", 4) != 0 || tail[at + 4] != 0) continue;
+    const std::size_t lacing = tail[at + 26];
+    if (at + kPageHeader + lacing > tail.size()) continue;
+    std::size_t body = 0;
+    for (std::size_t i = 0; i < lacing; ++i) body += tail[at + kPageHeader + i];
+    if (at + kPageHeader + lacing + body == tail.size()) {
+      return AV_RL32(&tail[at + 14]) != firstSerial;
+    }
+  }
+  return false;
+}
+
+// One part of a chained Ogg stream, as its pages declare it.
+struct OggPart {
+  std::int64_t end = -1;  // the granule of its last page that has one, in samples
+  int sampleRate = 0;     // from its identification header; 0 when the coding is not known here
+  int channels = 0;
+};
+
+// The parts of a single-stream Ogg file, one per run of pages with one serial number, found by
+// walking the page headers (the bodies are skipped, but for the start of a part's first page).
+std::vector<OggPart> WalkOggParts(const char* url) {
+  std::vector<OggPart> parts;
+  AVIOContext* raw = nullptr;
+  if (avio_open2(&raw, url, AVIO_FLAG_READ, nullptr, nullptr) < 0) return {};
+  const IOContextPtr input(raw);
+  constexpr int kPageHeader = 27;
+  constexpr std::int64_t kNoGranule = -1;
+  std::uint32_t serial = 0;
+  std::uint8_t header[kPageHeader];
+  std::uint8_t lacing[255];
+  while (avio_read(input.get(), header, kPageHeader) == kPageHeader) {
+    if (std::memcmp(header, "OggS", 4) != 0 || header[4] != 0) return {};
+    const int count = header[26];
+    if (avio_read(input.get(), lacing, count) != count) return {};
+    std::int64_t body = 0;
+    for (int i = 0; i < count; ++i) body += lacing[i];
+    const auto granule = static_cast<std::int64_t>(AV_RL64(header + 6));
+    if (parts.empty() || AV_RL32(header + 14) != serial) {
+      serial = AV_RL32(header + 14);
+      OggPart part;
+      // Vorbis: packet type 1, "vorbis", version, channels, rate; Opus: "OpusHead", version,
+      // channels (its decoder always gives 48 kHz).
+      std::uint8_t start[16] = {};
+      const int peeked =
+          avio_read(input.get(), start, static_cast<int>(std::min<std::int64_t>(body, 16)));
+      if (peeked < 0) return {};
+      body -= peeked;
+      if (peeked >= 16 && start[0] == 1 && std::memcmp(start + 1, "vorbis", 6) == 0) {
+        part.channels = start[11];
+        part.sampleRate = static_cast<int>(AV_RL32(start + 12));
+      } else if (peeked >= 10 && std::memcmp(start, "OpusHead", 8) == 0) {
+        part.channels = start[9];
+        part.sampleRate = 48000;
+      }
+      parts.push_back(part);
+    }
+    if (granule != kNoGranule) parts.back().end = granule;
+    if (avio_skip(input.get(), body) < 0) return {};
+  }
+  return parts;
+}
+
+// Where each part's sample 0 lies (in the stream's time base, each part counting from 0 again)
+// and what its decoder skips at its start: the part's first packet after its headers, as the
+// demuxer places it.
+std::vector<std::pair<std::int64_t, std::int64_t>> OggPartStarts(const AVFormatContext* study,
+                                                                 const AudioStreamFacts& facts) {
+  std::vector<std::pair<std::int64_t, std::int64_t>> starts;
+  FormatContextPtr format;
+  if (OpenBoundedInput(study->url, study->iformat, nullptr, format) < 0 ||
+      facts.streamIndex >= static_cast<int>(format->nb_streams)) {
+    return {};
+  }
+  KeepOnlyStream(format.get(), facts.streamIndex);
+  const PacketPtr packet(av_packet_alloc());
+  if (!packet) return {};
+  bool opened = true;  // the first part's headers were read with the stream
+  while (ReadFrame(format.get(), packet.get()) >= 0) {
+    PacketReference unref(packet.get());
+    if (packet->stream_index != facts.streamIndex) continue;
+    bool opensPart = false;
+    const bool header = IsChainHeader(*packet, opensPart);
+    opened = opened || opensPart;
+    if (header || !opened) continue;
+    if (packet->pts == AV_NOPTS_VALUE) return {};
+    const std::int64_t skipped = SkippedSamples(*packet).first;
+    starts.emplace_back(OggOrigin(packet->pts, skipped, facts),
+                        av_rescale_q(skipped, AVRational{1, facts.sampleRate}, facts.timeBase));
+    opened = false;
+  }
+  return starts;
+}
+
+// The length of a chained stream: each part's declared length (its last granule, less its
+// start), like a single file's, summed up to the first part whose rate or channel count differs
+// from the first part's. The stream is described by its first part; a part that changes either
+// cannot be delivered as more of the same sound, so the sound ends where it begins. -1 when the
+// pages and the packets do not agree on the parts.
+std::int64_t ChainedOggLength(const AVFormatContext* study, const AudioStreamFacts& facts) {
+  const std::vector<OggPart> parts = WalkOggParts(study->url);
+  const auto starts = OggPartStarts(study, facts);
+  if (parts.empty() || parts.size() != starts.size()) return -1;
+  std::int64_t length = 0;
+  for (std::size_t p = 0; p < parts.size(); ++p) {
+    if (parts[p].sampleRate != facts.sampleRate || parts[p].channels != facts.channels) break;
+    const auto [start, skip] = starts[p];
+    const std::int64_t end =
+        av_rescale_q(parts[p].end, AVRational{1, facts.sampleRate}, facts.timeBase) - skip;
+    if (parts[p].end < 0 || end < start) return -1;
+    length += ToSamples(end - start, facts.timeBase, facts.sampleRate);
+  }
+  return length;
+}
+
 }  // namespace
 
 std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
@@ -612,11 +760,14 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
     facts.sampleRate = parameters->sample_rate;
     facts.channels = parameters->ch_layout.nb_channels;
     // Ogg gives some Vorbis packets timestamps that are late by a block after a block-size
-    // switch, so Vorbis in Ogg is placed by decoded counts like any inexact time base.
-    const bool oggVorbis = parameters->codec_id == AV_CODEC_ID_VORBIS &&
-                           std::strcmp(format->iformat->name, "ogg") == 0;
+    // switch, and Speex packets read after a seek timestamps off by whole frames (a seek to
+    // 1.2 s of a file of three pages landed at 1.0 s, called 1.2), so both are placed by
+    // decoded counts like any inexact time base.
+    const bool oggInexact =
+        (parameters->codec_id == AV_CODEC_ID_VORBIS || parameters->codec_id == AV_CODEC_ID_SPEEX) &&
+        std::strcmp(format->iformat->name, "ogg") == 0;
     facts.exactTimestamps =
-        facts.timeBase.num == 1 && facts.timeBase.den % facts.sampleRate == 0 && !oggVorbis;
+        facts.timeBase.num == 1 && facts.timeBase.den % facts.sampleRate == 0 && !oggInexact;
     facts.origin = stream->start_time;
     facts.preroll = PrerollFor(*parameters);
     if (parameters->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC) {
@@ -647,10 +798,35 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
       !PlaceMatroskaStream(format, streams)) {
     ScanPackets(format, streams);
   }
+  // The demuxer reads a chain's parts one after the other, but what it declares (the last
+  // granule) is only the last part's length.
+  if (streams.size() == 1 && IsChainedOgg(format)) {
+    AudioStreamFacts& facts = streams.front();
+    facts.chained = true;
+    facts.exactTimestamps = false;
+    if (const std::int64_t length = ChainedOggLength(format, facts); length >= 0) {
+      facts.length = length;
+    }
+  }
   for (auto& facts : streams) {
     if (facts.origin == AV_NOPTS_VALUE) facts.origin = 0;
   }
   return streams;
+}
+
+bool IsChainHeader(const AVPacket& packet, bool& opensPart) {
+  opensPart = false;
+  if (packet.data == nullptr) return false;
+  // Vorbis headers are packets 1 (identification), 3 (comments) and 5 (setup), then "vorbis".
+  if (packet.size >= 7 && (packet.data[0] & 1) != 0 &&
+      std::memcmp(packet.data + 1, "vorbis", 6) == 0) {
+    opensPart = packet.data[0] == 1;
+    return true;
+  }
+  // The demuxer reads an Opus part's headers itself; the part's first packet is the one
+  // marked with its pre-skip.
+  opensPart = SkippedSamples(packet).first > 0;
+  return false;
 }
 
 CodecContextPtr OpenAudioDecoder(const AudioStreamFacts& facts) {

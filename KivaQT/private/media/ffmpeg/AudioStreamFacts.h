@@ -33,7 +33,17 @@ struct AudioStreamFacts {
   std::int64_t tagFramePosition = -1;
   std::int64_t firstSoundPosition = -1;
   std::uint32_t tagSkip = 0;
+  // Ogg files joined one after the other: each part brings its own headers (Vorbis passes them
+  // to the decoder among the packets) and counts its timestamps from 0 again, so positions come
+  // from decoded counts and a seek enters a part at its start.
+  bool chained = false;
 };
+
+// A packet that carries a coding's headers inside a chained Ogg stream (Vorbis), where a new
+// part begins. `opensPart` when the packet is the first of a part: its identification header,
+// or (Opus, whose headers the demuxer reads itself) the packet marked with the part's pre-skip,
+// as the stream's very first packet is too.
+bool IsChainHeader(const AVPacket& packet, bool& opensPart);
 
 // Linear PCM of any sample format.
 bool IsPcm(AVCodecID id);

@@ -100,10 +100,10 @@ OSErr AudioStreamReader::SeekTo(std::int64_t start, std::int64_t extraPreroll) {
                                  index.begin());
     if (j >= index.size()) return Restart();
     while (j > 0 && start - index[j - 1].end < preroll) --j;
-    if (j == 0 || index[j].timestamp == AV_NOPTS_VALUE || index[j].key.position < 0) {
-      return Restart();
-    }
+    if (j == 0 || index[j].key.position < 0) return Restart();
     firstIndexPacket = j;
+    if (facts.chained) return EnterPart(index[j].part);
+    if (index[j].timestamp == AV_NOPTS_VALUE) return Restart();
     timestamp = index[j].timestamp;
   }
   if (!format) {
@@ -115,6 +115,28 @@ OSErr AudioStreamReader::SeekTo(std::int64_t start, std::int64_t extraPreroll) {
   if (const OSErr error = ResetDecoder(); error != kNoErr) return error;
   positioned = false;
   discardBefore = facts.exactTimestamps ? timestamp : AV_NOPTS_VALUE;
+  lastKey = PacketKey{};
+  return kNoErr;
+}
+
+OSErr AudioStreamReader::EnterPart(std::size_t part) {
+  // Timestamps start again in every part, so the demuxer's search by time cannot find a
+  // packet. Nor does a jump to the page that opens the part do: the demuxer then takes the new
+  // serial number for a stream of its own. It continues its one stream with the new part (and
+  // passes Vorbis headers on as packets) only when it has read the end of the part before, as
+  // in a sequential read. So a fresh demuxer goes to the page where
+  // the previous part's last packet starts (the first part is where it stands), and the
+  // packets up to the wanted one are skipped undecoded.
+  if (const OSErr error = Open(); error != kNoErr) return error;
+  if (part > 0) {
+    const std::int64_t position = index[partStarts[part] - 1].key.position;
+    if (position < 0 || SeekFrame(format.get(), -1, position, AVSEEK_FLAG_BYTE) < 0) {
+      return Restart();
+    }
+  }
+  if (const OSErr error = ResetDecoder(); error != kNoErr) return error;
+  positioned = false;
+  discardBefore = AV_NOPTS_VALUE;
   lastKey = PacketKey{};
   return kNoErr;
 }
@@ -144,7 +166,13 @@ OSErr AudioStreamReader::ReadPacket() {
     if (indexBuilt && !positioned) {
       const auto found = indexByKey.find(KeyOf(*packet));
       if (found == indexByKey.end()) return kInvalidMovieErr;  // lost: caller restarts
-      if (found->second < firstIndexPacket) continue;
+      // A chain's part decodes only with its own headers: those of the part entered go to the
+      // decoder, though the packets around them are skipped.
+      const IndexEntry& entry = index[found->second];
+      if (found->second < firstIndexPacket &&
+          !(entry.header && entry.part == index[firstIndexPacket].part)) {
+        continue;
+      }
       lastPacketIndex = static_cast<std::int64_t>(found->second);
     }
     // A damaged packet is skipped, as a sequential decode skips it.
@@ -214,6 +242,16 @@ OSErr AudioStreamReader::DecodeNext(bool& ended) {
 OSErr AudioStreamReader::Convert(const AVFrame& decoded, const std::vector<float*>& planes) {
   const auto frames = static_cast<std::size_t>(decoded.nb_samples);
   const auto decodedChannels = static_cast<std::size_t>(decoded.ch_layout.nb_channels);
+  // A chain's part at another rate, or with other channels, is no more of this stream's sound
+  // (its length ends before it); the one frame the decoder makes of the seam, from the last
+  // part's end and the new part's start, is silent rather than played at the wrong rate.
+  if (facts.chained && (decoded.sample_rate != facts.sampleRate ||
+                        decodedChannels != static_cast<std::size_t>(facts.channels))) {
+    for (float* plane : planes) {
+      if (plane != nullptr) std::fill(plane, plane + frames, 0.0f);
+    }
+    return kNoErr;
+  }
   // Channels the frame lacks are silent.
   for (std::size_t c = decodedChannels; c < planes.size(); ++c) {
     if (planes[c] != nullptr) std::fill(planes[c], planes[c] + frames, 0.0f);
@@ -283,6 +321,7 @@ OSErr AudioStreamReader::BuildIndex() {
   index.clear();
   indexByKey.clear();
   if (const OSErr error = Restart(); error != kNoErr) return error;
+  partStarts.assign(1, 0);
   lastKey = PacketKey{};
   std::int64_t decodedFrames = 0;
   while (true) {
@@ -291,7 +330,12 @@ OSErr AudioStreamReader::BuildIndex() {
     if (!atEnd) {
       PacketReference unref(packet.get());
       if (packet->stream_index != facts.streamIndex || !Admit(*packet)) continue;
-      index.push_back(IndexEntry{KeyOf(*packet), packet->pts, decodedFrames});
+      // The first part's headers were read with the stream; every later part brings its own.
+      bool opensPart = false;
+      const bool header = facts.chained && IsChainHeader(*packet, opensPart);
+      if (opensPart && !index.empty()) partStarts.push_back(index.size());
+      index.push_back(
+          IndexEntry{KeyOf(*packet), packet->pts, decodedFrames, partStarts.size() - 1, header});
       avcodec_send_packet(decoder.get(), packet.get());
     } else {
       avcodec_send_packet(decoder.get(), nullptr);

@@ -53,12 +53,16 @@ class AudioStreamReader {
     PacketKey key;  // key.position is -1 when unknown
     std::int64_t timestamp = AV_NOPTS_VALUE;
     std::int64_t end = 0;  // decoded frames up to and including this packet
+    std::size_t part = 0;  // of a chained stream, counted from 0
+    bool header = false;   // a chained part's headers, which produce no frames
   };
 
   OSErr Open();
   OSErr ResetDecoder();
   OSErr Restart();
   OSErr SeekTo(std::int64_t start, std::int64_t extraPreroll);
+  // Positions a chained stream's demuxer at the start of `part`, with a fresh decoder.
+  OSErr EnterPart(std::size_t part);
   // Decodes the next frame into `frame` at `framePosition`. `ended` when there is no more.
   OSErr DecodeNext(bool& ended);
   // Sends the next packet of the stream to the decoder (or the drain request at the end).
@@ -103,6 +107,7 @@ class AudioStreamReader {
   // The key of a packet just read; packets must be passed in reading order.
   PacketKey KeyOf(const AVPacket& read);
   std::unordered_map<PacketKey, std::size_t, PacketKeyHash> indexByKey;
+  std::vector<std::size_t> partStarts;  // index entry where each part of a chain begins
   PacketKey lastKey;  // of the packet read last, to number packets sharing a position
   bool indexBuilt = false;
   std::size_t firstIndexPacket = 0;   // index entries before this one are dropped undecoded

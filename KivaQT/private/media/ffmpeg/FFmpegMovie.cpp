@@ -148,6 +148,14 @@ class VideoTrack final : public Track {
       sampleCount =
           av_rescale_q(displayDuration, AVRational{1, mediaScale}, av_inv_q(stream.avg_frame_rate));
     }
+    // Theora in Ogg states neither a frame count nor an average rate, but its granules count
+    // frames: one tick of its time base is one frame at the rate its header gives.
+    if (sampleCount <= 0 && displayDuration > 0 && stream.r_frame_rate.num > 0 &&
+        stream.r_frame_rate.den > 0 &&
+        av_cmp_q(av_inv_q(stream.time_base), stream.r_frame_rate) == 0) {
+      sampleCount =
+          av_rescale_q(displayDuration, AVRational{1, mediaScale}, av_inv_q(stream.r_frame_rate));
+    }
     seconds = displayDuration > 0 ? static_cast<double>(displayDuration) / mediaScale : 0.0;
     image.codecType = FormatCodeOf(parameters.codec_id);
     if (const AVCodecDescriptor* descriptor = avcodec_descriptor_get(parameters.codec_id)) {
