@@ -146,6 +146,47 @@ TEST_F(CutShortFiles, MovieCutInsideAPacket) {
              kiva::test::CommandFloats("ffmpeg -nostdin -v error -i '" + whole + "' -f f32le -"));
 }
 
+// Another program cuts the file while the host reads it (a recording's writer truncating and
+// starting again, a copy restarted): a read that reaches past the cut fails, where silence would
+// pass for sound; what is still there reads as before.
+TEST_F(CutShortFiles, CutWhileBeingRead) {
+  for (const char* name : {"shrinking.wav", "shrinking.flac"}) {
+    SCOPED_TRACE(name);
+    const std::string path = (directory / name).string();
+    kiva::test::CommandOutput(
+        "ffmpeg -nostdin -v error -f lavfi -i sine=frequency=440:duration=3 -ac 2 -y '" + path +
+        "'");
+    kivahost::HostOpen open(path);
+    kiva::KivaQTInterface kivaInterface;
+    ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelOpenForRead, nullptr, &open), 0);
+    kivahost::HostFormat format;
+    ASSERT_EQ(kivaInterface.EntryPoint(kiva::kSelGetFormat, open.source, &format), 0);
+    ASSERT_EQ(format.sampleCount, 3 * 44100);
+
+    constexpr std::int64_t kBlock = 4096;
+    std::vector<float> left(kBlock), right(kBlock);
+    std::vector<float*> buffers{left.data(), right.data()};
+    const auto readAt = [&](std::int64_t start) {
+      kivahost::HostReadSamples read(start, kBlock, buffers);
+      return kivaInterface.EntryPoint(kiva::kSelReadSamples, open.source, &read);
+    };
+    EXPECT_EQ(readAt(0), 0);
+    fs::resize_file(path, fs::file_size(path) / 3);
+    // Well past the cut, from a seek, and on from the start across it.
+    EXPECT_NE(readAt(2 * 44100), 0);
+    EXPECT_EQ(readAt(0), 0);
+    std::int64_t start = kBlock;
+    int status = 0;
+    while (status == 0 && start < format.sampleCount) {
+      status = readAt(start);
+      start += kBlock;
+    }
+    EXPECT_NE(status, 0);
+    EXPECT_LT(start, format.sampleCount / 2) << "the read ends where the file was cut";
+    kivaInterface.EntryPoint(kiva::kSelCloseForRead, open.source, nullptr);
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Containers, CutShortFiles,
     ::testing::Values(CutFile{"cut.wav", "-c:a pcm_s16le", 2, "sox"},

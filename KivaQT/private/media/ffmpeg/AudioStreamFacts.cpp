@@ -770,6 +770,7 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
         facts.timeBase.num == 1 && facts.timeBase.den % facts.sampleRate == 0 && !oggInexact;
     facts.origin = stream->start_time;
     facts.preroll = PrerollFor(*parameters);
+    facts.fileSize = FileSize(format);
     if (parameters->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC) {
       ApplyAacChannelConfiguration(*facts.parameters);
     }

@@ -37,6 +37,9 @@ struct AudioStreamFacts {
   // to the decoder among the packets) and counts its timestamps from 0 again, so positions come
   // from decoded counts and a seek enters a part at its start.
   bool chained = false;
+  // The file's size when it was opened (-1: not a file): a file found shorter later was cut
+  // while it was being read.
+  std::int64_t fileSize = -1;
 };
 
 // A packet that carries a coding's headers inside a chained Ogg stream (Vorbis), where a new

@@ -424,8 +424,17 @@ OSErr AudioStreamReader::Read(std::int64_t start, std::int64_t count,
     av_frame_unref(frame.get());
     if (error != kNoErr) return error;
   }
+  // Sound that ends early in a file another program has since cut: silence there would pass for
+  // what the file held.
+  if (cursor < wantEnd && Shrunk()) return kIOErr;
   silenceFrom(cursor);
   return kNoErr;
+}
+
+bool AudioStreamReader::Shrunk() const {
+  if (facts.fileSize <= 0) return false;
+  const std::int64_t size = CurrentFileSize(format.get());
+  return size >= 0 && size < facts.fileSize;
 }
 
 }  // namespace kiva::qt::media::ffmpeg

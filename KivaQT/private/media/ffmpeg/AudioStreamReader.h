@@ -75,6 +75,8 @@ class AudioStreamReader {
   // Converts a decoded frame into `pending`.
   OSErr Keep(const AVFrame& decoded);
   OSErr BuildIndex();
+  // Whether the file is smaller now than when it was opened.
+  bool Shrunk() const;
   std::int64_t FramePosition(const AVFrame& decoded) const;
 
   std::string path;

@@ -127,6 +127,13 @@ int OpenBoundedInput(const std::string& path, const AVInputFormat* demuxer, AVDi
   return 0;
 }
 
+std::int64_t CurrentFileSize(AVFormatContext* format) {
+  const BoundedFile* file = FileOf(format);
+  struct stat status {};
+  if (file == nullptr || ::fstat(file->descriptor, &status) != 0) return -1;
+  return status.st_size;
+}
+
 int FindStreamInfo(AVFormatContext* format) {
   BeginStep(format);
   return avformat_find_stream_info(format, nullptr);

@@ -33,6 +33,9 @@ int OpenBoundedInput(const std::string& path, const AVInputFormat* demuxer, AVDi
 
 // The steps, each with a fresh bound: FFmpeg's calls of the same names.
 int FindStreamInfo(AVFormatContext* format);
+// The size the file of an input opened here has now (it is read once at open for the
+// demuxers); -1 for any other input, or when it cannot be learned.
+std::int64_t CurrentFileSize(AVFormatContext* format);
 int ReadFrame(AVFormatContext* format, AVPacket* packet);
 int SeekFrame(AVFormatContext* format, int streamIndex, std::int64_t timestamp, int flags);
 int SeekFile(AVFormatContext* format, int streamIndex, std::int64_t lowest, std::int64_t timestamp,
