@@ -221,6 +221,22 @@ std::optional<GaplessTag> ReadGaplessTag(const std::uint8_t* data, int size) {
   return GaplessTag{both >> 12, both & 0xFFF};
 }
 
+// The frames a decode gives through the last packet of a movie's track whose coding has frames
+// of one size, when that is more than its table of durations holds: some writers give the last
+// packet only its share of the sound there, while the track's declared duration, and every
+// reader, plays on into it. -1 otherwise.
+std::int64_t MovDecodedLength(const AVFormatContext* format, AVStream* stream, std::int64_t start,
+                              const AudioStreamFacts& facts) {
+  const int frameSize = stream->codecpar->frame_size;
+  if (!IsMovFamily(format) || IsPcm(stream->codecpar->codec_id) || frameSize <= 0) return -1;
+  const int count = avformat_index_get_entries_count(stream);
+  const AVIndexEntry* last = count > 0 ? avformat_index_get_entry(stream, count - 1) : nullptr;
+  if (last == nullptr) return -1;
+  const std::int64_t decoded =
+      ToSamples(last->timestamp - start, facts.timeBase, facts.sampleRate) + frameSize;
+  return decoded > facts.length ? decoded : -1;
+}
+
 struct ScanTotals {
   std::int64_t samples = 0;
   std::int64_t packets = 0;  // counted so far
@@ -785,6 +801,8 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
       if (const std::int64_t held = MovHeldFrames(format, format->streams[index], start, facts);
           held >= 0) {
         facts.length = std::min(facts.length, held);
+      } else {
+        facts.decodedLength = MovDecodedLength(format, format->streams[index], start, facts);
       }
       if (const std::int64_t end = FlacEnd(format, stream); end >= 0) {
         facts.length =

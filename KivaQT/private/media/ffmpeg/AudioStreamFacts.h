@@ -24,6 +24,9 @@ struct AudioStreamFacts {
   bool exactTimestamps = false;
   std::int64_t origin = 0;  // timestamp of sample 0, in timeBase
   std::int64_t length = 0;  // frames of the stream's true length
+  // Frames a decode gives past `length`, up to this (-1: none): a movie's last packet that its
+  // table of durations cuts short of its track's declared end.
+  std::int64_t decodedLength = -1;
   // Frames to decode ahead of a wanted position so that the decoder's state has settled.
   std::int64_t preroll = 0;
   // An MP3 whose gapless tag the demuxer missed (bytes before its first frame) hands the tag's

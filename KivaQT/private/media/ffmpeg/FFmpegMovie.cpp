@@ -313,8 +313,10 @@ OSErr FFmpegMovie::Open(const std::string& path, std::unique_ptr<Movie>& movie) 
         const std::int64_t offset = opened->audioOffsets[a];
         frames = TrackFrames(offset, *facts, length != declared.tracks.end() ? length->second : 0,
                              declared.movieScale);
-        // Nothing is heard past the track's end, though its last packet decodes further.
-        facts->length = std::clamp<std::int64_t>(frames - offset, 0, facts->length);
+        // Nothing is heard past the track's end, though its last packet decodes further; up to
+        // that end, all it decodes to.
+        facts->length = std::clamp<std::int64_t>(frames - offset, 0,
+                                                 std::max(facts->length, facts->decodedLength));
       }
     }
     opened->tracks.push_back(
