@@ -733,22 +733,26 @@ std::vector<std::pair<std::int64_t, std::int64_t>> OggPartStarts(const AVFormatC
 // The length of a chained stream: each part's declared length (its last granule, less its
 // start), like a single file's, summed up to the first part whose rate or channel count differs
 // from the first part's. The stream is described by its first part; a part that changes either
-// cannot be delivered as more of the same sound, so the sound ends where it begins. -1 when the
-// pages and the packets do not agree on the parts.
-std::int64_t ChainedOggLength(const AVFormatContext* study, const AudioStreamFacts& facts) {
+// cannot be delivered as more of the same sound, so the sound ends where it begins. Where each
+// part delivered ends, counted from the stream's start; empty when the pages and the packets do
+// not agree on the parts.
+std::vector<std::int64_t> ChainedOggPartEnds(const AVFormatContext* study,
+                                             const AudioStreamFacts& facts) {
   const std::vector<OggPart> parts = WalkOggParts(study->url);
   const auto starts = OggPartStarts(study, facts);
-  if (parts.empty() || parts.size() != starts.size()) return -1;
+  if (parts.empty() || parts.size() != starts.size()) return {};
+  std::vector<std::int64_t> ends;
   std::int64_t length = 0;
   for (std::size_t p = 0; p < parts.size(); ++p) {
     if (parts[p].sampleRate != facts.sampleRate || parts[p].channels != facts.channels) break;
     const auto [start, skip] = starts[p];
     const std::int64_t end =
         av_rescale_q(parts[p].end, AVRational{1, facts.sampleRate}, facts.timeBase) - skip;
-    if (parts[p].end < 0 || end < start) return -1;
+    if (parts[p].end < 0 || end < start) return {};
     length += ToSamples(end - start, facts.timeBase, facts.sampleRate);
+    ends.push_back(length);
   }
-  return length;
+  return ends;
 }
 
 }  // namespace
@@ -823,9 +827,8 @@ std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format) {
     AudioStreamFacts& facts = streams.front();
     facts.chained = true;
     facts.exactTimestamps = false;
-    if (const std::int64_t length = ChainedOggLength(format, facts); length >= 0) {
-      facts.length = length;
-    }
+    facts.partEnds = ChainedOggPartEnds(format, facts);
+    if (!facts.partEnds.empty()) facts.length = facts.partEnds.back();
   }
   for (auto& facts : streams) {
     if (facts.origin == AV_NOPTS_VALUE) facts.origin = 0;
@@ -848,15 +851,16 @@ bool IsChainHeader(const AVPacket& packet, bool& opensPart) {
   return false;
 }
 
-CodecContextPtr OpenAudioDecoder(const AudioStreamFacts& facts) {
+CodecContextPtr OpenAudioDecoder(const AudioStreamFacts& facts,
+                                 const AVCodecParameters* parameters) {
+  if (parameters == nullptr) parameters = facts.parameters.get();
   // The native Opus decoder gives float output and is the faster of the two.
-  const AVCodec* codec = facts.parameters->codec_id == AV_CODEC_ID_OPUS
-                             ? avcodec_find_decoder_by_name("opus")
-                             : nullptr;
-  if (codec == nullptr) codec = avcodec_find_decoder(facts.parameters->codec_id);
+  const AVCodec* codec =
+      parameters->codec_id == AV_CODEC_ID_OPUS ? avcodec_find_decoder_by_name("opus") : nullptr;
+  if (codec == nullptr) codec = avcodec_find_decoder(parameters->codec_id);
   if (codec == nullptr) return nullptr;
   CodecContextPtr decoder(avcodec_alloc_context3(codec));
-  if (!decoder || avcodec_parameters_to_context(decoder.get(), facts.parameters.get()) < 0) {
+  if (!decoder || avcodec_parameters_to_context(decoder.get(), parameters) < 0) {
     return nullptr;
   }
   // Skipped priming moves frame timestamps only when the decoder knows the time base.

@@ -40,6 +40,9 @@ struct AudioStreamFacts {
   // to the decoder among the packets) and counts its timestamps from 0 again, so positions come
   // from decoded counts and a seek enters a part at its start.
   bool chained = false;
+  // Where each part of a chain ends, in frames from the stream's start (empty: not known): each
+  // part is decoded on its own, and what its decoder gives past its part's end is dropped.
+  std::vector<std::int64_t> partEnds;
   // The file's size when it was opened (-1: not a file): a file found shorter later was cut
   // while it was being read.
   std::int64_t fileSize = -1;
@@ -63,7 +66,9 @@ void KeepOnlyStream(AVFormatContext* format, int index);
 // (no decoding); the scan leaves `format` positioned at its end.
 std::vector<AudioStreamFacts> StudyAudioStreams(AVFormatContext* format);
 
-// A decoder for a stream, opened with the options that keep its output reproducible.
-CodecContextPtr OpenAudioDecoder(const AudioStreamFacts& facts);
+// A decoder for a stream, opened with the options that keep its output reproducible; from
+// `parameters` where given (a chained part's own headers), else from those found at open.
+CodecContextPtr OpenAudioDecoder(const AudioStreamFacts& facts,
+                                 const AVCodecParameters* parameters = nullptr);
 
 }  // namespace kiva::qt::media::ffmpeg

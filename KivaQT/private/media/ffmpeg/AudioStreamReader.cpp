@@ -19,6 +19,15 @@ namespace {
 // before falling back to a decode from the start.
 constexpr int kSeekAttempts = 3;
 
+// The demuxer's trim of a chained part's end is not always the length the part's pages declare:
+// a Vorbis part lost its last short block (128 frames) to it. So the decoder keeps all it makes,
+// and the reader ends each part at the length its pages declare.
+void KeepPartEnd(AVPacket& read) {
+  std::size_t size = 0;
+  std::uint8_t* skip = av_packet_get_side_data(&read, AV_PKT_DATA_SKIP_SAMPLES, &size);
+  if (skip != nullptr && size >= 8) AV_WL32(skip + 4, 0);
+}
+
 }  // namespace
 
 AudioStreamReader::AudioStreamReader(std::string path, const AudioStreamFacts& facts)
@@ -60,6 +69,9 @@ OSErr AudioStreamReader::Open() {
 OSErr AudioStreamReader::ResetDecoder() {
   decoder = OpenAudioDecoder(facts);
   if (!decoder || !packet || !frame) return kInvalidMovieErr;
+  finishing.reset();
+  decoderPart = 0;
+  decoderHasSound = false;
   pendingFrames = 0;
   inputEnded = false;
   decoderDrained = false;
@@ -135,10 +147,50 @@ OSErr AudioStreamReader::EnterPart(std::size_t part) {
     }
   }
   if (const OSErr error = ResetDecoder(); error != kNoErr) return error;
+  decoderPart = part;
   positioned = false;
   discardBefore = AV_NOPTS_VALUE;
   lastKey = PacketKey{};
   return kNoErr;
+}
+
+OSErr AudioStreamReader::BeginPart(std::size_t part) {
+  if (decoderHasSound) {
+    avcodec_send_packet(decoder.get(), nullptr);
+    finishing = std::move(decoder);
+    finishingPart = decoderPart;
+  }
+  // Vorbis headers come as packets, which set up whichever decoder they reach; Opus's the
+  // demuxer reads itself, into the stream's parameters, where they are the part's own (its
+  // pre-skip, its gain).
+  if (!decoder || facts.parameters->codec_id == AV_CODEC_ID_OPUS) {
+    decoder = OpenAudioDecoder(facts, format->streams[facts.streamIndex]->codecpar);
+    if (!decoder) return kInvalidMovieErr;
+  }
+  decoderPart = part;
+  decoderHasSound = false;
+  return kNoErr;
+}
+
+int AudioStreamReader::ReceiveFrame(std::size_t& part) {
+  if (finishing) {
+    if (avcodec_receive_frame(finishing.get(), frame.get()) == 0) {
+      part = finishingPart;
+      return 0;
+    }
+    finishing.reset();
+  }
+  part = decoderPart;
+  return avcodec_receive_frame(decoder.get(), frame.get());
+}
+
+std::int64_t AudioStreamReader::FramesWithinPart(std::size_t part, std::int64_t position,
+                                                 std::int64_t frames) const {
+  if (!facts.chained || facts.partEnds.empty()) return frames;
+  // Parts past the last one delivered (another rate or channel count) end where it does.
+  const std::int64_t end =
+      part < facts.partEnds.size() ? facts.partEnds[part] : facts.partEnds.back();
+  return std::clamp<std::int64_t>(end - position, 0, frames);
 }
 
 AudioStreamReader::PacketKey AudioStreamReader::KeyOf(const AVPacket& read) {
@@ -159,6 +211,8 @@ OSErr AudioStreamReader::ReadPacket() {
     }
     PacketReference unref(packet.get());
     if (packet->stream_index != facts.streamIndex || !Admit(*packet)) continue;
+    bool opensPart = false;
+    const bool header = facts.chained && IsChainHeader(*packet, opensPart);
     if (discardBefore != AV_NOPTS_VALUE && packet->pts != AV_NOPTS_VALUE &&
         packet->pts + std::max<std::int64_t>(packet->duration, 0) <= discardBefore) {
       continue;  // wholly before the pre-roll: not worth decoding
@@ -169,11 +223,23 @@ OSErr AudioStreamReader::ReadPacket() {
       // A chain's part decodes only with its own headers: those of the part entered go to the
       // decoder, though the packets around them are skipped.
       const IndexEntry& entry = index[found->second];
+      // The part's decoder is made even where the packets before the wanted one are skipped.
+      if (opensPart) {
+        if (const OSErr error = BeginPart(entry.part); error != kNoErr) return error;
+      }
       if (found->second < firstIndexPacket &&
           !(entry.header && entry.part == index[firstIndexPacket].part)) {
         continue;
       }
       lastPacketIndex = static_cast<std::int64_t>(found->second);
+    } else if (opensPart) {
+      // The stream's first packet opens its first part too.
+      const std::size_t part = decoderHasSound ? decoderPart + 1 : decoderPart;
+      if (const OSErr error = BeginPart(part); error != kNoErr) return error;
+    }
+    if (facts.chained) {
+      KeepPartEnd(*packet);
+      decoderHasSound = decoderHasSound || !header;
     }
     // A damaged packet is skipped, as a sequential decode skips it.
     avcodec_send_packet(decoder.get(), packet.get());
@@ -205,13 +271,15 @@ std::int64_t AudioStreamReader::FramePosition(const AVFrame& decoded) const {
   }
   // A frame ends where its packet's output ends in a sequential decode.
   if (lastPacketIndex < 0) return -1;
-  return index[static_cast<std::size_t>(lastPacketIndex)].end - decoded.nb_samples;
+  const IndexEntry& entry = index[static_cast<std::size_t>(lastPacketIndex)];
+  return entry.end + entry.cut - decoded.nb_samples;
 }
 
 OSErr AudioStreamReader::DecodeNext(bool& ended) {
   ended = false;
   while (true) {
-    const int result = avcodec_receive_frame(decoder.get(), frame.get());
+    std::size_t part = 0;
+    const int result = ReceiveFrame(part);
     if (result == 0) {
       if (!positioned) {
         const std::int64_t position = FramePosition(*frame);
@@ -222,8 +290,14 @@ OSErr AudioStreamReader::DecodeNext(bool& ended) {
         positioned = true;
         nextFramePosition = position;
       }
+      const std::int64_t kept = FramesWithinPart(part, nextFramePosition, frame->nb_samples);
+      if (kept == 0 && frame->nb_samples > 0) {
+        av_frame_unref(frame.get());
+        continue;
+      }
+      frame->nb_samples = static_cast<int>(kept);
       framePosition = nextFramePosition;
-      nextFramePosition += frame->nb_samples;
+      nextFramePosition += kept;
       return kNoErr;
     }
     if (result == AVERROR_EOF || (result != AVERROR(EAGAIN) && inputEnded)) {
@@ -243,8 +317,8 @@ OSErr AudioStreamReader::Convert(const AVFrame& decoded, const std::vector<float
   const auto frames = static_cast<std::size_t>(decoded.nb_samples);
   const auto decodedChannels = static_cast<std::size_t>(decoded.ch_layout.nb_channels);
   // A chain's part at another rate, or with other channels, is no more of this stream's sound
-  // (its length ends before it); the one frame the decoder makes of the seam, from the last
-  // part's end and the new part's start, is silent rather than played at the wrong rate.
+  // (its length ends before it, and its frames are dropped); should one still come, it is
+  // silent rather than played at the wrong rate.
   if (facts.chained && (decoded.sample_rate != facts.sampleRate ||
                         decodedChannels != static_cast<std::size_t>(facts.channels))) {
     for (float* plane : planes) {
@@ -336,12 +410,22 @@ OSErr AudioStreamReader::BuildIndex() {
       if (opensPart && !index.empty()) partStarts.push_back(index.size());
       index.push_back(
           IndexEntry{KeyOf(*packet), packet->pts, decodedFrames, partStarts.size() - 1, header});
+      if (facts.chained) {
+        if (opensPart) {
+          if (const OSErr error = BeginPart(partStarts.size() - 1); error != kNoErr) return error;
+        }
+        KeepPartEnd(*packet);
+        decoderHasSound = decoderHasSound || !header;
+      }
       avcodec_send_packet(decoder.get(), packet.get());
     } else {
       avcodec_send_packet(decoder.get(), nullptr);
     }
-    while (avcodec_receive_frame(decoder.get(), frame.get()) == 0) {
-      decodedFrames += frame->nb_samples;
+    std::size_t part = 0;
+    while (ReceiveFrame(part) == 0) {
+      const std::int64_t kept = FramesWithinPart(part, decodedFrames, frame->nb_samples);
+      if (!index.empty()) index.back().cut += frame->nb_samples - kept;
+      decodedFrames += kept;
       av_frame_unref(frame.get());
     }
     // Frames that come out late, or only when draining, belong to the packet sent last.

@@ -55,6 +55,7 @@ class AudioStreamReader {
     std::int64_t end = 0;  // decoded frames up to and including this packet
     std::size_t part = 0;  // of a chained stream, counted from 0
     bool header = false;   // a chained part's headers, which produce no frames
+    std::int64_t cut = 0;  // frames of its output past its part's end, dropped
   };
 
   OSErr Open();
@@ -63,6 +64,18 @@ class AudioStreamReader {
   OSErr SeekTo(std::int64_t start, std::int64_t extraPreroll);
   // Positions a chained stream's demuxer at the start of `part`, with a fresh decoder.
   OSErr EnterPart(std::size_t part);
+  // Starts decoding a chain's `part` at its first packet. A part sounds as its own file would
+  // only with a decoder of its own: one that runs on from the part before joins the two parts'
+  // blocks, and keeps its state across the join. The running decoder is drained (its last
+  // frames still come out, before the new part's), and a fresh one made from the part's
+  // headers.
+  OSErr BeginPart(std::size_t part);
+  // Receives the next decoded frame into `frame`, from the part being drained first; `part` is
+  // the part it belongs to.
+  int ReceiveFrame(std::size_t& part);
+  // How many of `frames` decoded frames at `position` of a chain's `part` lie before the
+  // part's end (all of them elsewhere).
+  std::int64_t FramesWithinPart(std::size_t part, std::int64_t position, std::int64_t frames) const;
   // Decodes the next frame into `frame` at `framePosition`. `ended` when there is no more.
   OSErr DecodeNext(bool& ended);
   // Sends the next packet of the stream to the decoder (or the drain request at the end).
@@ -83,6 +96,10 @@ class AudioStreamReader {
   const AudioStreamFacts& facts;
   FormatContextPtr format;
   CodecContextPtr decoder;
+  CodecContextPtr finishing;  // a chain's previous part's decoder, being drained
+  std::size_t finishingPart = 0;
+  std::size_t decoderPart = 0;   // the chain's part `decoder` decodes
+  bool decoderHasSound = false;  // it has been given sound, not only headers
   SwrContextPtr converter;
   AVChannelLayout converterLayout{};
   int converterFormat = -1;
