@@ -5,13 +5,14 @@
 #include "FixtureName.h"
 #include "HostRecords.h"
 #include "KivaQTInterface.h"
+#include "ScratchDirectory.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -358,7 +359,7 @@ Channels Deinterleave(const std::vector<float>& interleaved, std::size_t channel
 // The parts of a chained Ogg file, each as a file of its own: a part begins at a page that
 // opens a stream (flag 2 in the byte after the capture pattern and the version) after one that
 // does not.
-std::vector<std::string> CutOggParts(const std::string& path) {
+std::vector<std::string> CutOggParts(const std::string& path, const std::filesystem::path& into) {
   std::ifstream file(path, std::ios::binary);
   const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   std::vector<std::size_t> starts;
@@ -377,9 +378,7 @@ std::vector<std::string> CutOggParts(const std::string& path) {
   std::vector<std::string> parts;
   for (std::size_t p = 0; p < starts.size(); ++p) {
     const std::size_t end = p + 1 < starts.size() ? starts[p + 1] : bytes.size();
-    // Named for this process: tests run side by side cut chains of their own.
-    parts.push_back(::testing::TempDir() + "chain-part-" + std::to_string(getpid()) + "-" +
-                    std::to_string(p) + ".ogg");
+    parts.push_back((into / ("part-" + std::to_string(p) + ".ogg")).string());
     std::ofstream(parts.back(), std::ios::binary) << bytes.substr(starts[p], end - starts[p]);
   }
   return parts;
@@ -390,7 +389,8 @@ std::vector<std::string> CutOggParts(const std::string& path) {
 Channels OggdecPartsDecode(const std::string& path, std::size_t channels,
                            std::size_t parts = 1000) {
   std::vector<float> interleaved;
-  const std::vector<std::string> files = CutOggParts(path);
+  const kiva::test::ScratchDirectory scratch{"chain-parts"};
+  const std::vector<std::string> files = CutOggParts(path, scratch.Path());
   for (std::size_t p = 0; p < std::min(parts, files.size()); ++p) {
     const std::string bytes =
         kiva::test::CommandOutput("oggdec --quiet --raw -o - '" + files[p] + "' 2>/dev/null");
@@ -406,7 +406,8 @@ Channels OggdecPartsDecode(const std::string& path, std::size_t channels,
 // The ffmpeg command's decode of each part of a chained file on its own, one after the other.
 Channels FFmpegPartsDecode(const std::string& path, int channels) {
   Channels out(static_cast<std::size_t>(channels));
-  for (const std::string& part : CutOggParts(path)) {
+  const kiva::test::ScratchDirectory scratch{"chain-parts"};
+  for (const std::string& part : CutOggParts(path, scratch.Path())) {
     const Channels decoded = ReferenceDecode(part, 0, channels, "");
     for (std::size_t c = 0; c < out.size(); ++c) {
       out[c].insert(out[c].end(), decoded[c].begin(), decoded[c].end());
