@@ -42,6 +42,15 @@ TEST(PrivateSettingsSerializer, IntegerEntries) {
   EXPECT_EQ(serializer.GetAttribute(u"FormatIndex", 99), 99);
 }
 
+// A number conversion would take a leading '+'; the entries take digits and '-' only, in the
+// value and in the type alike.
+TEST(PrivateSettingsSerializer, APlusSignIsNoDigit) {
+  EXPECT_EQ(Parsed(u"FormatIndex:0:+5;"), u"");
+  EXPECT_EQ(Parsed(u"FormatIndex:+0:5;"), u"");
+  EXPECT_EQ(Parsed(u"FormatIndex:+1:text;"), u"");
+  EXPECT_EQ(Parsed(u"FormatIndex:0:-5;"), u"FormatIndex:0:-5;");
+}
+
 TEST(PrivateSettingsSerializer, ShortNamesAreRefusedExceptAnEmptyNameAtTheStart) {
   EXPECT_EQ(Parsed(u"A:0:5;"), u"");
   KivaPrivateSettingsSerializer serializer;

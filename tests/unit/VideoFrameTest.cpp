@@ -95,7 +95,8 @@ TEST_F(VideoFrames, ArgbPixelArrivesAsReversedBytes) {
 
 TEST_F(VideoFrames, FrameAtTheDurationIsShownAndOneBeyondIsNot) {
   auto source = OpenVideo();
-  EXPECT_EQ(Frame(*source, 100, 320, 240, pixels), kKivaSuccess);  // 100 * 40 == 4000
+  ASSERT_EQ(Frame(*source, 100, 320, 240, pixels), kKivaSuccess);  // 100 * 40 == 4000
+  ASSERT_FALSE(toolbox.lastMovie->times.empty());
   EXPECT_EQ(toolbox.lastMovie->times.back(), 4000);
   EXPECT_EQ(Frame(*source, 101, 320, 240, pixels), kKivaGeneralError);
 }
@@ -154,6 +155,9 @@ TEST_F(VideoFrames, ScalingFactorIsKeptOnlyWithinRangeAndSetsUpAgain) {
   source->SetVideoScalingFactor(std::nan(""));
   EXPECT_EQ(source->GetVideoScalingFactor(), 0.5);
   EXPECT_EQ(toolbox.lastMovie->boxes.size(), 4u);  // every call sets the box again
+  // The upper bound belongs to the range: full size is a factor like any other.
+  source->SetVideoScalingFactor(1.0);
+  EXPECT_EQ(source->GetVideoScalingFactor(), 1.0);
 }
 
 TEST_F(VideoFrames, DerivedAccessors) {
