@@ -19,9 +19,9 @@ class ResourceBundle : public ::testing::Test {
  protected:
   void SetUp() override {
     // Tests run in parallel processes: each gets a bundle of its own.
-    bundle = fs::path(::testing::TempDir()) /
-             (std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) +
-              ".bundle");
+    bundle =
+        fs::path(::testing::TempDir()) /
+        (std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + ".bundle");
     fs::create_directories(bundle / "Contents" / "Resources");
     std::ofstream(bundle / "Contents" / "Resources" / "FormatOptions.ui") << "<ui/>";
     std::ofstream(bundle / "Contents" / "Resources" / "Icon.png") << "1x";
