@@ -84,6 +84,32 @@ TEST_F(ReadSamples, ReadPastTheEndIsZeroFilledAndReportsTheFullCount) {
   }
 }
 
+// The session is asked for 32-bit float, one buffer per channel, but described as one packet
+// of 4 bytes with frames as wide as every channel together (no non-interleaved flag): hosts
+// have only ever met that combination.
+TEST_F(ReadSamples, TheSessionsFormatIsFloatWithFramesOfEveryChannel) {
+  auto source = OpenStaged([](FakeMovie& movie) {
+    movie.AddSoundTrack(44100, 3, 1, 1);
+    movie.extractionLength = 100;
+  });
+  ASSERT_NE(source, nullptr);
+  std::vector<float> a(8), b(8), c(8);
+  std::vector<std::int64_t> reported;
+  ASSERT_EQ(Read(*source, 0, 8, {a.data(), b.data(), c.data()}, reported), kKivaSuccess);
+  ASSERT_NE(toolbox.lastMovie, nullptr);
+  ASSERT_NE(toolbox.lastMovie->lastSession, nullptr);
+  qt::media::AudioStreamBasicDescription format;
+  ASSERT_EQ(toolbox.lastMovie->lastSession->GetStreamDescription(format), qt::media::kNoErr);
+  EXPECT_EQ(format.mSampleRate, 44100.0);
+  EXPECT_EQ(format.mFormatID, qt::media::kAudioFormatLinearPCM);
+  EXPECT_EQ(format.mFormatFlags, qt::media::kAudioFormatFlagIsFloat);
+  EXPECT_EQ(format.mBytesPerPacket, 4u);
+  EXPECT_EQ(format.mFramesPerPacket, 1u);
+  EXPECT_EQ(format.mBytesPerFrame, 12u);
+  EXPECT_EQ(format.mChannelsPerFrame, 3u);
+  EXPECT_EQ(format.mBitsPerChannel, 32u);
+}
+
 TEST_F(ReadSamples, NullDestinationSkipsThatChannel) {
   auto source = OpenStaged([](FakeMovie& movie) {
     movie.AddSoundTrack(48000, 2, 1, 1);
