@@ -21,6 +21,7 @@ struct StorageRecord {
 struct StorageScript {
   qt::media::OSErr newTrack = 0, newMedia = 0, beginEdits = 0, addSample = 0, endEdits = 0,
                    insert = 0, addMovie = 0;
+  int refuseSampleNumber = 0;  // the AddMediaSample call of this number (from 1) fails (-34)
 };
 
 class FakeMovieStorage final : public qt::media::MovieStorage {
@@ -39,6 +40,7 @@ class FakeMovieStorage final : public qt::media::MovieStorage {
   qt::media::OSErr AddMediaSample(const void* data, std::size_t size, std::int64_t duration,
                                   const qt::media::SoundFormat&, std::int64_t samples) override {
     if (script.addSample != 0) return Note("AddMediaSample", script.addSample);
+    if (++samplesAsked == script.refuseSampleNumber) return Note("AddMediaSample", -34);
     const auto* bytes = static_cast<const std::uint8_t*>(data);
     record.samples.emplace_back(bytes, bytes + size);
     record.sampleCounts.push_back(samples);
@@ -69,6 +71,7 @@ class FakeMovieStorage final : public qt::media::MovieStorage {
   StorageRecord& record;
   StorageScript script;
   std::int64_t mediaDuration = 0;
+  int samplesAsked = 0;
 };
 
 }  // namespace kiva::test

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 using namespace kiva;
@@ -127,6 +129,23 @@ TEST_F(AudioCompress, EndCompressionDrainsEverything) {
   std::shared_ptr<qt::media::SoundFormat> description;
   compress.GetSoundDescriptionHandle(description);
   EXPECT_EQ(description, nullptr);  // released with the component
+}
+
+// A pull whose last packet cannot be stored ends the drain with a failure, though more output
+// waits and would store well: a later pull's success must not hide it. (Within a pull only the
+// last packet's result counts.)
+TEST_F(AudioCompress, AFailedPullEndsTheDrain) {
+  qt::QuickTimeAudioCompress compress;
+  ASSERT_TRUE(Initialize(compress, "QDM2"));  // pulls of 5 packets of 1024 frames
+  test::StorageRecord record;
+  test::StorageScript script;
+  script.refuseSampleNumber = 5;
+  test::FakeMovieStorage storage(record, script);
+  std::vector<std::int16_t> block(2 * 12 * 1024, 1);
+  const void* data = block.data();
+  compress.AddBuffer(&data, static_cast<std::uint32_t>(block.size() * 2), 12 * 1024);
+  EXPECT_FALSE(compress.EndCompression(storage));
+  EXPECT_EQ(std::count(record.calls.begin(), record.calls.end(), "AddMediaSample"), 5);
 }
 
 }  // namespace
