@@ -183,11 +183,6 @@ struct GaplessTag {
   std::int64_t padding = 0;  // frames it put after it
 };
 
-std::uint32_t BigEndian32(const std::uint8_t* bytes) {
-  return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 |
-         std::uint32_t{bytes[2]} << 8 | bytes[3];
-}
-
 // The encoder delay and padding that an MPEG audio layer III frame's Xing or Info header
 // records in its LAME tag (which FFmpeg's encoders write too); nothing when the frame has none.
 std::optional<GaplessTag> ReadGaplessTag(const std::uint8_t* data, int size) {
@@ -202,7 +197,7 @@ std::optional<GaplessTag> ReadGaplessTag(const std::uint8_t* data, int size) {
       (std::memcmp(data + at, "Xing", 4) != 0 && std::memcmp(data + at, "Info", 4) != 0)) {
     return {};
   }
-  const std::uint32_t fields = BigEndian32(data + at + 4);
+  const std::uint32_t fields = AV_RB32(data + at + 4);
   at += 8;
   if ((fields & 1) != 0) at += 4;    // frame count
   if ((fields & 2) != 0) at += 4;    // byte count
@@ -608,6 +603,9 @@ bool PlaceRawAc3Stream(const AVFormatContext* format, std::vector<AudioStreamFac
   return true;
 }
 
+// An Ogg page header, up to and with the count of its lacing values.
+constexpr int kPageHeader = 27;
+
 // An Ogg file of one stream whose last page belongs to another stream than its first page:
 // files joined one after the other (a saved radio stream, or `cat`), each part with its own
 // serial number. The first page and the file's last stretch tell it, without a pass.
@@ -616,7 +614,6 @@ bool IsChainedOgg(const AVFormatContext* format) {
   AVIOContext* raw = nullptr;
   if (avio_open2(&raw, format->url, AVIO_FLAG_READ, nullptr, nullptr) < 0) return false;
   const IOContextPtr input(raw);
-  constexpr int kPageHeader = 27;  // up to and with the count of lacing values
   const std::int64_t size = avio_size(input.get());
   std::uint8_t header[kPageHeader];
   if (size < kPageHeader || avio_read(input.get(), header, kPageHeader) != kPageHeader ||
@@ -662,7 +659,6 @@ std::vector<OggPart> WalkOggParts(const char* url) {
   AVIOContext* raw = nullptr;
   if (avio_open2(&raw, url, AVIO_FLAG_READ, nullptr, nullptr) < 0) return {};
   const IOContextPtr input(raw);
-  constexpr int kPageHeader = 27;
   constexpr std::int64_t kNoGranule = -1;
   std::uint32_t serial = 0;
   std::uint8_t header[kPageHeader];
